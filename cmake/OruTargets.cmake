@@ -1,0 +1,109 @@
+# The targets of this project and the functions with which the folders fill them.
+
+# Warnings wanted of every target of this project, and of no target of a consumer.
+add_library(oru-warnings INTERFACE)
+target_compile_options(
+  oru-warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                         $<$<BOOL:${ORU_CENTRAL_WERROR}>:-Werror>)
+
+# What every compiled target of this project has in common.
+function(oru_configure_target target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:oru-warnings>)
+  set_target_properties(
+    ${target}
+    PROPERTIES CXX_EXTENSIONS OFF
+               CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# Formatting is used in sources only: no header, no consumer and no exported symbol depends on it.
+function(oru_use_fmt target)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:fmt::fmt-header-only>)
+endfunction()
+
+# oru_add_libraries(): declares both libraries; the folders add their sources to them.
+#   oru-runtime (Oru::Runtime)   the entity runtime alone, a static library
+#   oru-central (Oru::Central)   the whole library, the runtime included
+# A program links one of the two, never both.
+function(oru_add_libraries)
+  add_library(oru-runtime STATIC)
+  add_library(oru-central)
+  add_library(Oru::Runtime ALIAS oru-runtime)
+  add_library(Oru::Central ALIAS oru-central)
+
+  foreach(target IN ITEMS oru-runtime oru-central)
+    oru_configure_target(${target})
+    oru_use_fmt(${target})
+    target_include_directories(
+      ${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                       $<INSTALL_INTERFACE:${ORU_CENTRAL_INCLUDEDIR}>)
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON LINKER_LANGUAGE CXX)
+  endforeach()
+
+  target_sources(oru-central PRIVATE $<TARGET_OBJECTS:oru-runtime>)
+  set_target_properties(oru-runtime PROPERTIES EXPORT_NAME Runtime)
+  set_target_properties(
+    oru-central
+    PROPERTIES EXPORT_NAME Central
+               VERSION ${PROJECT_VERSION}
+               SOVERSION ${PROJECT_VERSION_MAJOR})
+
+  if(BUILD_SHARED_LIBS)
+    set(script "${PROJECT_SOURCE_DIR}/cmake/oru-central.map")
+    target_link_options(oru-central PRIVATE LINKER:--version-script=${script})
+    set_target_properties(oru-central PROPERTIES LINK_DEPENDS "${script}")
+    if(NOT ORU_CENTRAL_SANITIZE)
+      target_link_options(oru-central PRIVATE LINKER:--no-undefined)
+    endif()
+  endif()
+endfunction()
+
+# oru_add_sources(<target> [HEADERS <file>...] [SOURCES <file>...])
+# Adds the files of the current folder. HEADERS are public: they are installed.
+function(oru_add_sources target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "oru_add_sources(${target}): unexpected ${arg_UNPARSED_ARGUMENTS}")
+  endif()
+  if(arg_SOURCES)
+    target_sources(${target} PRIVATE ${arg_SOURCES})
+  endif()
+  if(arg_HEADERS)
+    target_sources(
+      ${target} PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${arg_HEADERS})
+  endif()
+endfunction()
+
+# oru_add_component(<name> SOURCES <file>... [LIBS <target>...])
+# A static library inside this project, for a floor above the library (mount, ...).
+function(oru_add_component name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  add_library(${name} STATIC ${arg_SOURCES})
+  oru_configure_target(${name})
+  target_link_libraries(${name} PUBLIC Oru::Central ${arg_LIBS})
+endfunction()
+
+# oru_add_program(<name> SOURCES <file>... [LIBS <target>...])
+# An installed program above the library.
+function(oru_add_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  add_executable(${name} ${arg_SOURCES})
+  oru_configure_target(${name})
+  target_link_libraries(${name} PRIVATE Oru::Central ${arg_LIBS})
+  file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+  if(ORU_CENTRAL_INSTALL)
+    install(TARGETS ${name} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT programs)
+  endif()
+endfunction()
+
+# oru_add_subdirectories(<folder>...): those of the folders that are part of this tree.
+macro(oru_add_subdirectories)
+  foreach(oru_folder IN ITEMS ${ARGV})
+    if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${oru_folder}/CMakeLists.txt")
+      add_subdirectory(${oru_folder})
+    endif()
+  endforeach()
+endmacro()

@@ -1,0 +1,26 @@
+# How tests are declared. The programs run under ctest, one ctest entry per test.
+
+include(GoogleTest)
+find_package(GTest 1.12 CONFIG REQUIRED)
+find_package(rapidcheck CONFIG REQUIRED)
+
+# oru_add_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <seconds>])
+# One test program, linked with the library, GoogleTest, GoogleMock and RapidCheck. Label `threads`
+# marks what the thread sanitizer runs.
+function(oru_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBS;LABELS")
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  oru_configure_target(${name})
+  target_link_libraries(
+    ${name} PRIVATE Oru::Central ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
+  # Discovery when ctest starts: a build does not run what it builds, and a sanitizer's complaint
+  # while the tests are listed is a failed test, not a failed build.
+  gtest_discover_tests(
+    ${name}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+endfunction()
