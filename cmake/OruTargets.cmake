@@ -93,7 +93,9 @@ function(oru_add_program name)
   oru_configure_target(${name})
   target_link_libraries(${name} PRIVATE Oru::Central ${arg_LIBS})
   file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
-  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+  set_target_properties(
+    ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin"
+                       INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
   if(ORU_CENTRAL_INSTALL)
     install(TARGETS ${name} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT programs)
   endif()
