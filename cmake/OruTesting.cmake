@@ -4,18 +4,22 @@ include(GoogleTest)
 find_package(GTest 1.12 CONFIG REQUIRED)
 find_package(rapidcheck CONFIG REQUIRED)
 
-# oru_add_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <seconds>])
-# One test program, linked with the library, GoogleTest, GoogleMock and RapidCheck. Label `threads`
-# marks what the thread sanitizer runs.
+# oru_add_test(<name> [NO_LIBRARY] SOURCES <file>... [LIBS <target>...] [LABELS <label>...]
+#              [TIMEOUT <seconds>])
+# One test program, linked with the library (unless NO_LIBRARY), GoogleTest, GoogleMock and
+# RapidCheck. Label `threads` marks what the thread sanitizer runs.
 function(oru_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBS;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "NO_LIBRARY" "TIMEOUT" "SOURCES;LIBS;LABELS")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
   add_executable(${name} ${arg_SOURCES})
   oru_configure_target(${name})
+  if(NOT arg_NO_LIBRARY)
+    target_link_libraries(${name} PRIVATE Oru::Central)
+  endif()
   target_link_libraries(
-    ${name} PRIVATE Oru::Central ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
+    ${name} PRIVATE ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
   # Discovery when ctest starts: a build does not run what it builds, and a sanitizer's complaint
   # while the tests are listed is a failed test, not a failed build.
   gtest_discover_tests(

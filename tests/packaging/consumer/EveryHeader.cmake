@@ -1,0 +1,17 @@
+# oru_add_every_header(<target> <include-folder>)
+# A program that includes each installed header and finds no fmt: an installed header that needs one
+# that is not installed, or fmt, fails to compile.
+function(oru_add_every_header target folder)
+  file(GLOB_RECURSE headers RELATIVE "${folder}" CONFIGURE_DEPENDS "${folder}/*.h")
+  if(NOT headers)
+    message(FATAL_ERROR "There are no headers in ${folder}")
+  endif()
+  set(text "")
+  foreach(header IN LISTS headers)
+    string(APPEND text "#include \"${header}\"\n")
+  endforeach()
+  string(APPEND text "int main() {}\n")
+  file(GENERATE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp" CONTENT "${text}")
+  add_executable(${target} "${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp")
+  target_include_directories(${target} BEFORE PRIVATE "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/no-fmt")
+endfunction()

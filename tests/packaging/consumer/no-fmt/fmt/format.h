@@ -1,0 +1,1 @@
+#error "a public header of the library includes fmt, which a consumer need not have"
