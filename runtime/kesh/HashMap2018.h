@@ -1,0 +1,175 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "runtime/kesh/HashHelper.h"
+#include "runtime/kesh/HashMap2018Generic.h"
+
+namespace Kesh {
+
+// Keyed collection: the typed face of HashMap2018Generic, which states the promises (order of insertion, iterators that
+// survive everything). `Tag` only tells instantiations apart. `Key` has == and hash() (small numbers are their own hash);
+// `Key` and `Value` move without throwing. A copy holds the members in the same order.
+template <class Tag, class Key, class Value>
+class HashMap2018 {
+  static_assert(std::is_nothrow_move_constructible_v<Key> && std::is_nothrow_move_constructible_v<Value>);
+
+ public:
+  class Member {
+   public:
+    Key const& key() const noexcept { return key_; }
+    Value const& value() const noexcept { return value_; }
+
+   private:
+    friend class HashMap2018;
+    Member() = delete;
+
+    std::uint32_t tag_;
+    Key key_;
+    Value value_;
+  };
+
+  // Stands on one member after the other: `for (auto it = map.iterator(); it; ++it)`.
+  class Iterator {
+   public:
+    explicit Iterator(HashMap2018 const& map) noexcept : core_(map.core_) {}
+
+    explicit operator bool() const noexcept { return !core_.atEnd(); }
+    Iterator& operator++() noexcept {
+      core_.advance();
+      return *this;
+    }
+    // The key, readable even after the member was removed.
+    Key const& key() const noexcept { return static_cast<Member*>(core_.currNodeMaybeStale())->key_; }
+    // The member; null when it was removed since the iterator reached it.
+    Member const* currNodeNonStale() const noexcept {
+      return static_cast<Member const*>(core_.currNodeNonStale());
+    }
+    // A copy of the value; a default value when the member was removed since.
+    Value value() const {
+      Member const* const member = currNodeNonStale();
+      return member ? member->value_ : Value();
+    }
+
+   private:
+    HashMap2018Generic::Iterator core_;
+  };
+
+  HashMap2018() noexcept : core_(operations) {}
+  HashMap2018(HashMap2018 const&) = default;
+  HashMap2018(HashMap2018&&) noexcept = default;
+  HashMap2018& operator=(HashMap2018 other) noexcept {
+    core_.swap(other.core_);
+    return *this;
+  }
+
+  std::uint32_t size() const noexcept { return core_.size(); }
+  bool empty() const noexcept { return core_.size() == 0; }
+  Iterator iterator() const noexcept { return Iterator(*this); }
+
+  bool has(Key const& key) const noexcept { return lookup(key) != nullptr; }
+  // The value in place, or null; good until the next insertion or removal.
+  Value const* lookup(Key const& key) const noexcept {
+    auto const wanted = HashHelper::lookupKey(key);
+    auto* const member = static_cast<Member*>(core_.lookupNodeG(&wanted.key, wanted.hash));
+    return member ? &member->value_ : nullptr;
+  }
+  // A copy of the value; a default value when the key is absent.
+  Value value(Key const& key) const {
+    Value const* const found = lookup(key);
+    return found ? *found : Value();
+  }
+
+  // Inserts a key that must be absent.
+  void newMember(Key key, Value given) {
+    auto* const member = static_cast<Member*>(core_.newMemberG(HashHelper::lookupKey(key).hash));
+    new (&member->key_) Key(std::move(key));
+    new (&member->value_) Value(std::move(given));
+  }
+  // Inserts or overwrites. False when the key held an equal value already: nothing was written then.
+  bool memberIs(Key const& key, Value given) {
+    Value* const present = const_cast<Value*>(lookup(key));
+    if (!present) {
+      newMember(key, std::move(given));
+      return true;
+    }
+    if (*present == given) return false;
+    std::swap(*present, given);
+    return true;
+  }
+  // Removes a member and hands its value to `out`; false when there is none. The collection is whole again before
+  // whatever `out` held before is released.
+  bool deleteMember(Key const& key, Value& out) noexcept {
+    Value removed{};
+    auto const wanted = HashHelper::lookupKey(key);
+    if (!core_.deleteMemberG(&wanted.key, wanted.hash, &removed)) return false;
+    out = std::move(removed);
+    return true;
+  }
+  bool deleteMember(Key const& key) noexcept {
+    Value removed{};
+    return deleteMember(key, removed);
+  }
+  // Detaches one member, releases it, and goes on until none is left: what a member's release sets off may look at the
+  // collection. Then returns the storage, unless somebody iterates.
+  void memberDelAll() noexcept {
+    for (HashMap2018Generic::Iterator it(core_); !it.atEnd(); it.advance()) {
+      Value removed{};
+      core_.deleteCurrentG(it, &removed);
+    }
+    if (core_.iterators_ == 0) core_.emptyAllBuckets();
+  }
+  void reserve(std::uint32_t members) { core_.reserve(members); }
+
+  // Same keys with equal values, in whatever order.
+  bool operator==(HashMap2018 const& other) const {
+    if (size() != other.size()) return false;
+    for (Iterator it = iterator(); it; ++it) {
+      Value const* const theirs = other.lookup(it.key());
+      if (!theirs || !(*theirs == it.currNodeNonStale()->value_)) return false;
+    }
+    return true;
+  }
+
+  void verify() const { core_.verify(); }
+
+ private:
+  static Member& at(void* entry) noexcept { return *static_cast<Member*>(entry); }
+  static Member const& at(void const* entry) noexcept { return *static_cast<Member const*>(entry); }
+
+  static bool compare(void const* keyInEntry, void const* key) noexcept {
+    return *static_cast<Key const*>(keyInEntry) == *static_cast<Key const*>(key);
+  }
+  static void copy(void* to, void const* from) {
+    Value copied(at(from).value_);
+    new (&at(to).key_) Key(at(from).key_);
+    new (&at(to).value_) Value(std::move(copied));
+  }
+  static void shift(void* to, void* from) noexcept {
+    new (&at(to).key_) Key(std::move(at(from).key_));
+    at(from).key_.~Key();
+    if (!HashMap2018Generic::isLive(from)) return;
+    new (&at(to).value_) Value(std::move(at(from).value_));
+    at(from).value_.~Value();
+  }
+  static void releaseKey(void* entry) noexcept { at(entry).key_.~Key(); }
+  static void releaseValue(void* entry) noexcept { at(entry).value_.~Value(); }
+  static void takeValue(void* entry, void* out) noexcept {
+    *static_cast<Value*>(out) = std::move(at(entry).value_);
+    at(entry).value_.~Value();
+  }
+
+  static constexpr HashMap2018Generic::Operations operations{
+      sizeof(Member),
+      offsetof(Member, key_),
+      std::is_trivially_copyable_v<Key> && std::is_trivially_copyable_v<Value>,
+      &compare, &copy, &shift, &releaseKey, &releaseValue, &takeValue};
+
+  HashMap2018Generic core_;
+};
+
+}  // namespace Kesh

@@ -1,0 +1,7 @@
+#include "runtime/vunda/ThreadControl.h"
+
+namespace Vunda {
+
+constinit std::atomic<std::uint8_t> ThreadControl::tsp_{0};
+
+}  // namespace Vunda
