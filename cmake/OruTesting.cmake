@@ -4,6 +4,9 @@ include(GoogleTest)
 find_package(GTest 1.12 CONFIG REQUIRED)
 find_package(rapidcheck CONFIG REQUIRED)
 
+# Builds only what `ctest -L threads` runs.
+add_custom_target(tests-threads)
+
 # oru_add_test(<name> [NO_LIBRARY] SOURCES <file>... [LIBS <target>...] [LABELS <label>...]
 #              [TIMEOUT <seconds>])
 # One test program, linked with the library (unless NO_LIBRARY), GoogleTest, GoogleMock and
@@ -20,6 +23,9 @@ function(oru_add_test name)
   endif()
   target_link_libraries(
     ${name} PRIVATE ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
+  if("threads" IN_LIST arg_LABELS)
+    add_dependencies(tests-threads ${name})
+  endif()
   # Discovery when ctest starts: a build does not run what it builds, and a sanitizer's complaint
   # while the tests are listed is a failed test, not a failed build.
   gtest_discover_tests(
