@@ -1,0 +1,22 @@
+#include "state/SliceHwConfig.h"
+
+#include "runtime/kesh/MutatorException.h"
+
+namespace Oru::Central {
+
+SliceHwConfig::~SliceHwConfig() = default;
+
+void SliceHwConfig::genTimeIs(Vunda::Duration genTime) {
+  attributeIs(genTimeField, genTime_, genTime);
+}
+
+void SliceHwConfig::chipConfigIs(Vunda::Ptr<ChipHwConfig> const& chip) {
+  if (!chip) Kesh::throwMutatorArgNullPointerException(typeName, "chipConfig");
+  memberIs(chipConfigField, chipConfig_, chip->name(), chip);
+}
+
+void SliceHwConfig::chipConfigDel(Vunda::String const& chip) {
+  memberDel(chipConfigField, chipConfig_, chip);
+}
+
+}  // namespace Oru::Central
