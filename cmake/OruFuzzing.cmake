@@ -5,6 +5,7 @@ add_custom_target(fuzzers)
 # A libFuzzer program. A corpus to start from may lie beside its sources, in corpus/<name>/.
 function(oru_add_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  oru_refuse_arguments(oru_add_fuzzer ${name} "${arg_UNPARSED_ARGUMENTS}")
   add_executable(${name} ${arg_SOURCES})
   oru_configure_target(${name})
   target_link_libraries(${name} PRIVATE Oru::Central ${arg_LIBS})

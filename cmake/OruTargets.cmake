@@ -22,6 +22,13 @@ function(oru_use_fmt target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:fmt::fmt-header-only>)
 endfunction()
 
+# A misspelt keyword is an error, not something left out in silence.
+function(oru_refuse_arguments function target arguments)
+  if(arguments)
+    message(FATAL_ERROR "${function}(${target}): unexpected ${arguments}")
+  endif()
+endfunction()
+
 # oru_add_libraries(): declares both libraries; the folders add their sources to them.
 #   oru-runtime (Oru::Runtime)   the entity runtime alone, a static library
 #   oru-central (Oru::Central)   the whole library, the runtime included
@@ -64,9 +71,7 @@ endfunction()
 # Adds the files of the current folder. HEADERS are public: they are installed.
 function(oru_add_sources target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES")
-  if(arg_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "oru_add_sources(${target}): unexpected ${arg_UNPARSED_ARGUMENTS}")
-  endif()
+  oru_refuse_arguments(oru_add_sources ${target} "${arg_UNPARSED_ARGUMENTS}")
   if(arg_SOURCES)
     target_sources(${target} PRIVATE ${arg_SOURCES})
   endif()
@@ -80,6 +85,7 @@ endfunction()
 # A static library inside this project, for a floor above the library (mount, ...).
 function(oru_add_component name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  oru_refuse_arguments(oru_add_component ${name} "${arg_UNPARSED_ARGUMENTS}")
   add_library(${name} STATIC ${arg_SOURCES})
   oru_configure_target(${name})
   target_link_libraries(${name} PUBLIC Oru::Central ${arg_LIBS})
@@ -89,6 +95,7 @@ endfunction()
 # An installed program above the library.
 function(oru_add_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  oru_refuse_arguments(oru_add_program ${name} "${arg_UNPARSED_ARGUMENTS}")
   add_executable(${name} ${arg_SOURCES})
   oru_configure_target(${name})
   target_link_libraries(${name} PRIVATE Oru::Central ${arg_LIBS})

@@ -7,12 +7,14 @@ find_package(rapidcheck CONFIG REQUIRED)
 # Builds only what `ctest -L threads` runs.
 add_custom_target(tests-threads)
 
-# oru_add_test(<name> [NO_LIBRARY] SOURCES <file>... [LIBS <target>...] [LABELS <label>...]
+# oru_add_test(<name> [NO_LIBRARY] SOURCES <file>... [LIBS <target>...] [LABEL <label>]
 #              [TIMEOUT <seconds>])
 # One test program, linked with the library (unless NO_LIBRARY), GoogleTest, GoogleMock and
-# RapidCheck. Label `threads` marks what the thread sanitizer runs.
+# RapidCheck. Label `threads` marks what the thread sanitizer runs. One label, because the discovery
+# of tests loses all but the first.
 function(oru_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "NO_LIBRARY" "TIMEOUT" "SOURCES;LIBS;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "NO_LIBRARY" "LABEL;TIMEOUT" "SOURCES;LIBS")
+  oru_refuse_arguments(oru_add_test ${name} "${arg_UNPARSED_ARGUMENTS}")
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -23,7 +25,7 @@ function(oru_add_test name)
   endif()
   target_link_libraries(
     ${name} PRIVATE ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
-  if("threads" IN_LIST arg_LABELS)
+  if(arg_LABEL STREQUAL "threads")
     add_dependencies(tests-threads ${name})
   endif()
   # Discovery when ctest starts: a build does not run what it builds, and a sanitizer's complaint
@@ -32,5 +34,5 @@ function(oru_add_test name)
     ${name}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABEL}")
 endfunction()
