@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <new>
 
 #include "runtime/vunda/Export.h"
 #include "runtime/vunda/Node.h"
@@ -20,6 +19,10 @@ class ORU_EXPORT AllocTrackTypeInfo : public Vunda::TypeData {
 
   static void _trackAllocation(AllocTrackTypeInfo& type, std::size_t size, std::size_t count) noexcept;
   static void trackDeallocation(AllocTrackTypeInfo& type, std::size_t size, std::size_t count) noexcept;
+
+  // Tracked allocation of one object of that size, and its release.
+  static void* allocate(AllocTrackTypeInfo& type, std::size_t size);
+  static void release(AllocTrackTypeInfo& type, void* memory, std::size_t size) noexcept;
 
   // Objects and bytes of this type that live now.
   std::size_t liveCount() const noexcept { return count_.load(std::memory_order_relaxed); }
@@ -57,7 +60,7 @@ class ORU_EXPORT Typed : public Base {
   }
   static void operator delete(void* memory, std::size_t size) noexcept {
     AllocTrackTypeInfo::trackDeallocation(info_, size, 1);
-    ::operator delete(memory, size);
+    ::operator delete(memory);
   }
 
  private:

@@ -1,10 +1,15 @@
 #pragma once
 
 #include <optional>
+#include <type_traits>
+#include <utility>
 
 #include "runtime/vunda/Ptr.h"
 
 namespace Kesh {
+
+template <class Machine>
+concept HasParent = requires(Machine& machine) { machine.parentSm(); };
 
 // Keeps a state machine and its parents alive while one of its handlers runs; the child is released before its parent.
 // A machine names its parent by `parentSm()`, a plain pointer that may be null; the root has none. A machine that is
@@ -12,26 +17,27 @@ namespace Kesh {
 template <class Machine>
 class KeepAlive {
  public:
-  explicit KeepAlive(Machine& machine) : parent_(machine), self_(machine.useCount() ? &machine : nullptr) {}
+  explicit KeepAlive(Machine& machine) : self_(machine.useCount() ? &machine : nullptr) {}
 
  private:
-  struct NoParent {
-    explicit NoParent(Machine&) {}
-  };
-  template <class M>
-  struct Parent {
-    explicit Parent(M& machine) {
-      if (auto* const parent = machine.parentSm()) alive.emplace(*parent);
-    }
-    std::optional<KeepAlive<std::remove_pointer_t<decltype(std::declval<M&>().parentSm())>>> alive;
-  };
-  template <class M>
-  static auto parentOf(int) -> decltype(std::declval<M&>().parentSm(), Parent<M>(std::declval<M&>()));
-  template <class M>
-  static auto parentOf(long) -> NoParent;
-
-  decltype(parentOf<Machine>(0)) parent_;
   Vunda::Ptr<Machine> self_;
+};
+
+template <HasParent Machine>
+class KeepAlive<Machine> {
+ public:
+  explicit KeepAlive(Machine& machine) : self_(machine.useCount() ? &machine : nullptr) {
+    if (auto* const parent = machine.parentSm()) parent_.emplace(*parent);
+  }
+  KeepAlive(KeepAlive const&) = delete;
+  KeepAlive& operator=(KeepAlive const&) = delete;
+  ~KeepAlive() { self_ = nullptr; }
+
+ private:
+  using Parent = std::remove_pointer_t<decltype(std::declval<Machine&>().parentSm())>;
+
+  Vunda::Ptr<Machine> self_;
+  std::optional<KeepAlive<Parent>> parent_;
 };
 
 }  // namespace Kesh

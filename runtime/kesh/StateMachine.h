@@ -107,14 +107,29 @@ class StateMachine : public Typed<Machine, Vunda::Node> {
   template <class T, class Handler>
   static void dispatch(Watched<Machine, T> Machine::*, Vunda::Subscriber* slot, bool served,
                        Handler&& handler) noexcept {
-    Machine& machine = *static_cast<typename Watched<Machine, T>::Slot*>(slot)->owner;
-    if (!served || machine.useCount() == 0 || machine.zombieReactors()) return;
-    KeepAlive<Machine> const keepAlive(machine);
-    handler(machine);
+    Machine& machine = ownerOf<T>(slot);
+    if (served && !machine.zombieReactors()) runKeptAlive(machine, handler);
+  }
+  // The same for a callback that also serves a zombie.
+  template <class T, class Handler>
+  static void dispatchToZombies(Watched<Machine, T> Machine::*, Vunda::Subscriber* slot, bool served,
+                                Handler&& handler) noexcept {
+    if (served) runKeptAlive(ownerOf<T>(slot), handler);
   }
 
  private:
   Machine& self() noexcept { return static_cast<Machine&>(*this); }
+
+  template <class T>
+  static Machine& ownerOf(Vunda::Subscriber* slot) noexcept {
+    return *static_cast<typename Watched<Machine, T>::Slot*>(slot)->owner;
+  }
+  template <class Handler>
+  static void runKeptAlive(Machine& machine, Handler& handler) {
+    if (machine.useCount() == 0) return;
+    KeepAlive<Machine> const keepAlive(machine);
+    handler(machine);
+  }
 
   template <class Tuple, class Action>
   static void forEach(Tuple&& members, Action&& action) {

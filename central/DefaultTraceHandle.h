@@ -1,0 +1,15 @@
+#pragma once
+
+#include "runtime/kesh/TraceHandle.h"
+#include "runtime/vunda/Export.h"
+
+namespace Oru::Central {
+
+// The text trace of the supervision library, named "OruCentral". Every state machine traces through it; the hosting
+// agent sets its levels and its sink.
+//   level 1  chip resets                     level 5  feature launcher entries
+//   level 2  entry of every handler          level 9  entry of the feature handlers
+//   level 3  progress, and work that is skipped
+ORU_EXPORT Kesh::TraceHandle& _defaultTraceHandle();
+
+}  // namespace Oru::Central
