@@ -1,0 +1,280 @@
+#include "mount/FileTree.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+namespace Oru::Mount {
+
+namespace {
+
+constexpr std::string_view extension = ".json";
+constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+bool isAbsent(std::error_code error) { return error == std::errc::no_such_file_or_directory; }
+
+std::string fileName(TreePath const& value) {
+  return encodedName(value.leaf()).append(extension);
+}
+
+char const* typeText(mode_t mode) {
+  switch (mode & S_IFMT) {
+    case S_IFLNK: return "is a symbolic link";
+    case S_IFDIR: return "is a directory where a file belongs";
+    case S_IFREG: return "is a file where a directory belongs";
+    case S_IFIFO: return "is a pipe";
+    case S_IFSOCK: return "is a socket";
+    default: return "is a device";
+  }
+}
+
+int stepInto(int parent, char const* name, FileTree::Missing missing) {
+  int fd = ::openat(parent, name, directoryFlags | O_NOFOLLOW);
+  if (fd >= 0 || errno != ENOENT || missing == FileTree::Missing::refuse) return fd;
+  if (::mkdirat(parent, name, FileTree::directoryMode) < 0 && errno != EEXIST) return -1;
+  fd = ::openat(parent, name, directoryFlags | O_NOFOLLOW);
+  // The mode is ours whatever the process's mask says.
+  if (fd >= 0) static_cast<void>(::fchmod(fd, FileTree::directoryMode));
+  return fd;
+}
+
+std::error_code writeAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    ssize_t const count = ::write(fd, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return lastError();
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return {};
+}
+
+std::error_code readAll(int fd, std::string& text) {
+  while (text.size() <= FileTree::sizeLimit) {
+    char block[16384];
+    ssize_t const count = ::read(fd, block, sizeof block);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return lastError();
+    if (count == 0) return {};
+    text.append(block, static_cast<std::size_t>(count));
+  }
+  return {EFBIG, std::generic_category()};
+}
+
+// One at a time per process and directory: a program writes from its event loop's thread.
+std::string temporaryName() { return ".oru-" + std::to_string(::getpid()) + ".tmp"; }
+
+UniqueFd makeTemporary(int directory, std::string const& name) {
+  int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  int fd = ::openat(directory, name.c_str(), flags, FileTree::fileMode);
+  if (fd < 0 && errno == EEXIST) {  // left behind by an earlier process of that number
+    ::unlinkat(directory, name.c_str(), 0);
+    fd = ::openat(directory, name.c_str(), flags, FileTree::fileMode);
+  }
+  return UniqueFd(fd);
+}
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+using DirectoryStream = std::unique_ptr<DIR, CloseDirectory>;
+
+// Calls `each` with every file name but `.` and `..`.
+template <class Each>
+std::error_code forEachFile(UniqueFd directory, Each&& each) {
+  DirectoryStream const stream(::fdopendir(directory.get()));
+  if (!stream) return lastError();
+  static_cast<void>(directory.release());
+  for (;;) {
+    errno = 0;
+    dirent const* const entry = ::readdir(stream.get());
+    if (!entry) return errno ? lastError() : std::error_code();
+    std::string_view const name = entry->d_name;
+    if (name != "." && name != "..") each(::dirfd(stream.get()), *entry);
+  }
+}
+
+mode_t typeOf(int directory, dirent const& entry) {
+  if (entry.d_type != DT_UNKNOWN) return DTTOIF(entry.d_type);
+  struct stat status {};
+  if (::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) < 0) return 0;
+  return status.st_mode & S_IFMT;
+}
+
+void addFile(Backend::Listing& listing, char const* fileName, mode_t type) {
+  auto const meaning = TreeFileName::of(fileName);
+  using Form = TreeFileName::Form;
+  if (meaning.form == Form::hidden || type == 0) return;
+  bool const isDirectory = S_ISDIR(type);
+  // Whatever stands at the place of a value is a member; reading it says what is wrong.
+  auto const kind = isDirectory && meaning.form == Form::other ? Backend::Kind::directory
+                                                               : Backend::Kind::value;
+  if (meaning.form == Form::other && !isDirectory) {
+    listing.strays.push_back({fileName, S_ISREG(type) ? "is not a .json file" : typeText(type)});
+  } else if (!meaning.name) {
+    listing.strays.push_back({fileName, "is not the encoding of a name"});
+  } else {
+    listing.members.push_back({*meaning.name, kind});
+  }
+}
+
+Backend::Reading refused(std::string reason) {
+  return {Backend::Reading::State::refused, {}, std::move(reason)};
+}
+
+Backend::Reading readFile(int directory, char const* name) {
+  // Not to block on a pipe, not to become a terminal's owner; the type is looked at before anything is read.
+  UniqueFd const file(
+      ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!file) {
+    if (errno == ENOENT) return {};
+    return refused(errno == ELOOP ? typeText(S_IFLNK) : lastError().message());
+  }
+  struct stat status {};
+  if (::fstat(file.get(), &status) < 0) return refused(lastError().message());
+  if (!S_ISREG(status.st_mode)) return refused(typeText(status.st_mode));
+  Backend::Reading reading{Backend::Reading::State::present, {}, {}};
+  reading.text.reserve(std::min<std::size_t>(static_cast<std::size_t>(status.st_size),
+                                             FileTree::sizeLimit) + 1);
+  if (auto const error = readAll(file.get(), reading.text)) {
+    if (error == std::errc::file_too_large)
+      return refused("is larger than " + std::to_string(FileTree::sizeLimit) + " bytes");
+    return refused(error.message());
+  }
+  return reading;
+}
+
+std::error_code removeContent(UniqueFd directory) {
+  std::error_code first;
+  auto const error = forEachFile(std::move(directory), [&](int parent, dirent const& entry) {
+    bool const isDirectory = S_ISDIR(typeOf(parent, entry));
+    if (isDirectory) {
+      UniqueFd child(::openat(parent, entry.d_name, directoryFlags | O_NOFOLLOW));
+      if (child) static_cast<void>(removeContent(std::move(child)));
+    }
+    if (::unlinkat(parent, entry.d_name, isDirectory ? AT_REMOVEDIR : 0) < 0 && errno != ENOENT &&
+        !first)
+      first = lastError();
+  });
+  return first ? first : error;
+}
+
+}  // namespace
+
+TreeFileName TreeFileName::of(std::string_view fileName) {
+  if (fileName.starts_with('.')) return {Form::hidden, {}};
+  if (!fileName.ends_with(extension)) return {Form::other, decodedName(fileName)};
+  return {Form::value, decodedName(fileName.substr(0, fileName.size() - extension.size()))};
+}
+
+std::error_code FileTree::makeRoot() const {
+  UniqueFd at(::open(root_.starts_with('/') ? "/" : ".", directoryFlags));
+  for (auto const& name : std::filesystem::path(root_).relative_path()) {
+    if (!at) break;
+    if (name.empty() || name == ".") continue;
+    // Above the tree, links are the operator's own affair.
+    if (::mkdirat(at.get(), name.c_str(), directoryMode) < 0 && errno != EEXIST) return lastError();
+    at = UniqueFd(::openat(at.get(), name.c_str(), directoryFlags));
+  }
+  return at ? std::error_code() : lastError();
+}
+
+UniqueFd FileTree::openDirectory(TreePath const& directory, Missing missing,
+                                 std::error_code& error) const {
+  UniqueFd at(::open(root_.c_str(), directoryFlags));
+  for (auto const& name : directory.names()) {
+    if (!at) break;
+    at = UniqueFd(stepInto(at.get(), encodedName(name).c_str(), missing));
+  }
+  error = at ? std::error_code() : lastError();
+  return at;
+}
+
+Backend::Listing FileTree::list(TreePath const& directory) const {
+  using State = Backend::Listing::State;
+  Backend::Listing listing;
+  std::error_code error;
+  UniqueFd at = openDirectory(directory, Missing::refuse, error);
+  if (at) {
+    listing.state = State::present;
+    error = forEachFile(std::move(at), [&](int parent, dirent const& entry) {
+      addFile(listing, entry.d_name, typeOf(parent, entry));
+    });
+  }
+  if (error) {
+    bool const noDirectory =
+        error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
+    listing = {isAbsent(error) ? State::absent : State::refused, {}, {},
+               noDirectory ? "is not a directory" : error.message()};
+  }
+  std::ranges::sort(listing.members, {}, [](auto const& member) {
+    return std::pair(std::string_view(member.name), member.kind);
+  });
+  std::ranges::sort(listing.strays, {}, &Backend::Stray::fileName);
+  return listing;
+}
+
+Backend::Reading FileTree::read(TreePath const& value) const {
+  std::error_code error;
+  UniqueFd const at = openDirectory(value.parent(), Missing::refuse, error);
+  if (!at) return isAbsent(error) ? Backend::Reading() : refused(error.message());
+  return readFile(at.get(), fileName(value).c_str());
+}
+
+std::optional<struct ::stat> FileTree::status(TreePath const& value) const {
+  std::error_code error;
+  UniqueFd const at = openDirectory(value.parent(), Missing::refuse, error);
+  struct ::stat status {};
+  if (!at || ::fstatat(at.get(), fileName(value).c_str(), &status, AT_SYMLINK_NOFOLLOW) < 0)
+    return std::nullopt;
+  return status;
+}
+
+std::error_code FileTree::put(TreePath const& value, std::string_view text) const {
+  if (text.size() > sizeLimit) return {EFBIG, std::generic_category()};
+  std::error_code error;
+  UniqueFd const at = openDirectory(value.parent(), Missing::make, error);
+  if (!at) return error;
+  std::string const temporary = temporaryName();
+  UniqueFd const file = makeTemporary(at.get(), temporary);
+  if (!file) return lastError();
+  if (::fchmod(file.get(), fileMode) < 0) error = lastError();
+  if (!error) error = writeAll(file.get(), text);
+  if (!error && ::renameat(at.get(), temporary.c_str(), at.get(), fileName(value).c_str()) < 0)
+    error = lastError();
+  if (error) ::unlinkat(at.get(), temporary.c_str(), 0);
+  return error;
+}
+
+std::error_code FileTree::remove(TreePath const& value) const {
+  std::error_code error;
+  UniqueFd const at = openDirectory(value.parent(), Missing::refuse, error);
+  if (!at) return isAbsent(error) ? std::error_code() : error;
+  if (::unlinkat(at.get(), fileName(value).c_str(), 0) == 0 || errno == ENOENT) return {};
+  return lastError();
+}
+
+std::error_code FileTree::makeDirectory(TreePath const& directory) const {
+  std::error_code error;
+  static_cast<void>(openDirectory(directory, Missing::make, error));
+  return error;
+}
+
+std::error_code FileTree::removeDirectory(TreePath const& directory) const {
+  std::error_code error;
+  UniqueFd const parent = openDirectory(directory.parent(), Missing::refuse, error);
+  if (!parent) return isAbsent(error) ? std::error_code() : error;
+  std::string const name = encodedName(directory.leaf());
+  UniqueFd content(::openat(parent.get(), name.c_str(), directoryFlags | O_NOFOLLOW));
+  if (!content) return errno == ENOENT ? std::error_code() : lastError();
+  if ((error = removeContent(std::move(content)))) return error;
+  if (::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return {};
+  return lastError();
+}
+
+}  // namespace Oru::Mount

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "mount/Backend.h"
+#include "mount/TreePath.h"
+#include "mount/UniqueFd.h"
+
+namespace Oru::Mount {
+
+// The state tree as files, without watching: one directory per directory, one `<name>.json` per value. Operations have the
+// meaning of Backend's. It needs no event loop; a program that only reads or writes once uses it directly.
+//
+//   values       written to a temporary name beside their place and renamed; mode 0640, at most `sizeLimit` bytes
+//   directories  mode 0750
+//   names        see TreePath.h; names that begin with a dot are nobody's and are passed over
+//   security     every step below the root is opened without following links, so nobody who may write somewhere in the
+//                tree leads a reader or writer out of it; only regular files are read
+//   durability   none: a tree must not outlive the boot, and against the end of a process the renames are enough
+class FileTree {
+ public:
+  static constexpr std::size_t sizeLimit = 1U << 20;
+  static constexpr mode_t fileMode = 0640;
+  static constexpr mode_t directoryMode = 0750;
+
+  explicit FileTree(std::string root) : root_(std::move(root)) {}
+
+  std::string const& root() const noexcept { return root_; }
+
+  Backend::Listing list(TreePath const& directory) const;
+  Backend::Reading read(TreePath const& value) const;
+  std::error_code put(TreePath const& value, std::string_view text) const;
+  std::error_code remove(TreePath const& value) const;
+  std::error_code makeDirectory(TreePath const& directory) const;
+  std::error_code removeDirectory(TreePath const& directory) const;
+  // Makes the root and what is missing above it.
+  std::error_code makeRoot() const;
+
+  // The directory, opened for openat() and the like; an error of the system otherwise.
+  enum class Missing : bool { refuse, make };
+  UniqueFd openDirectory(TreePath const& directory, Missing missing, std::error_code& error) const;
+
+  // The state of the file at the value's place, links not followed; nothing when there is none.
+  std::optional<struct ::stat> status(TreePath const& value) const;
+
+ private:
+  std::string const root_;
+};
+
+// A file name's meaning in a directory of a tree.
+struct TreeFileName {
+  enum class Form { hidden, value, other };
+  static TreeFileName of(std::string_view fileName);
+
+  Form form;
+  std::optional<std::string> name;  // of a value without its extension; nothing when it is no name
+};
+
+}  // namespace Oru::Mount

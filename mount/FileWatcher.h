@@ -1,0 +1,114 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "mount/Backend.h"
+#include "mount/EventLoop.h"
+#include "mount/FileTree.h"
+#include "mount/UniqueFd.h"
+
+struct inotify_event;
+
+namespace Oru::Mount {
+
+// Watches directories of a FileTree recursively, by inotify, for the observers of Backend::watch.
+//
+//   armed          the root, the directories on the way to a watched one, and all below it
+//   overflow       everything is armed afresh, and every watched directory is reported
+//   root gone      reported; its parent directory is watched, and the root tried again with back-off, until it is there;
+//                  then everything is armed afresh and every watched directory is reported
+//   arming failed  reported for the place, tried again with back-off
+//
+// A plain file is reported when its writer closes it, when it is renamed into place, or when it goes.
+class FileWatcher {
+ public:
+  using Id = std::uint64_t;
+
+  FileWatcher(EventLoop& loop, FileTree const& tree);
+
+  Id add(TreePath const& directory, Backend::Observer& observer);
+  void remove(Id id);
+  // This program has just put the value, or removed it: the word of the very state that it left is swallowed.
+  void ownWrite(TreePath const& value);
+
+ private:
+  struct Watched {
+    TreePath directory;
+    Backend::Observer* observer;
+  };
+  // Something to tell the observers that `path` concerns, other than a change.
+  struct Notice {
+    TreePath path;
+    std::function<void(Backend::Observer&)> tell;
+  };
+  // What tells one state of a file from another; all zero when there is none.
+  struct Stamp {
+    std::uint64_t inode = 0, size = 0, seconds = 0, nanoseconds = 0;
+    bool operator==(Stamp const&) const = default;
+  };
+
+  bool within(TreePath const& path) const;
+  bool relevant(TreePath const& directory) const;
+  Stamp stamp(TreePath const& value) const;
+
+  void arm(TreePath const& directory);
+  bool armOne(TreePath const& directory);
+  void disarm(TreePath const& directory);
+  void startAfresh();
+  void rootMissing(std::error_code error);
+  void tryAgainLater();
+  void tryAgain();
+
+  void openInotify();
+  void readEvents();
+  void handleEvent(inotify_event const& event);
+  void handleSelf(TreePath const& directory, inotify_event const& event);
+  void handleDirectory(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
+  void handleFile(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
+  bool stillBeingWritten(TreePath const& value) const;
+  bool isOwnEcho(TreePath const& value);
+
+  void noteDirectory(TreePath const& directory);
+  void noteAll();
+  void note(Backend::Change change);
+  void notice(TreePath const& path, std::function<void(Backend::Observer&)> tell);
+  void deliverSoon();
+  void deliver();
+  std::vector<Backend::Change> withoutCovered(std::vector<Backend::Change> changes) const;
+  void tell(Id id, Notice const& notice) const;
+  void tell(Id id, std::vector<Backend::Change> const& changes) const;
+
+  EventLoop& loop_;
+  FileTree const& tree_;
+  std::map<Id, Watched> watched_;
+  Id lastId_ = 0;
+
+  UniqueFd inotify_;
+  EventSource ready_;
+  std::map<int, TreePath> directoryOf_;
+  std::map<TreePath, int> armed_;
+  std::set<TreePath> failed_;
+  std::map<TreePath, Stamp> own_;
+
+  bool rootThere_ = false;
+  std::string rootReason_;
+  EventSource retry_;
+  std::chrono::milliseconds retryDelay_{0};
+
+  std::vector<Notice> notices_;
+  std::vector<Backend::Change> changes_;
+  std::set<TreePath> notedValues_;
+  std::set<TreePath> notedDirectories_;
+  EventSource delivery_;
+};
+
+}  // namespace Oru::Mount

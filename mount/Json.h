@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Oru::Mount {
+
+// What is wrong with a JSON text: where (the way to the field, "chips.Chip1.deviceId"; empty for the whole text) and why.
+// Neither says anything of the text's content but names of fields.
+class JsonError : public std::runtime_error {
+ public:
+  JsonError(std::string place, std::string reason);
+
+  std::string const& place() const noexcept { return place_; }
+  std::string const& reason() const noexcept { return reason_; }
+
+ private:
+  std::string const place_;
+  std::string const reason_;
+};
+
+// The value that a text stands for. Raises JsonError when the text is not JSON, ends early, nests deeper than 32, or gives
+// a field of an object twice.
+nlohmann::json parsedJson(std::string_view text);
+
+// Reads the fields of a JSON object strictly: each accessor raises JsonError for a field that is missing or of the wrong
+// type or range, and finish() for a field that was not asked for. Refers to the value, which must outlive it.
+class JsonObject {
+ public:
+  // Raises JsonError when the value is no object.
+  explicit JsonObject(nlohmann::json const& value, std::string place = {});
+
+  bool has(char const* field) const;
+  bool boolean(char const* field);
+  std::string const& string(char const* field);
+  // A whole number from `low` to `high`.
+  std::int64_t integer(char const* field, std::int64_t low, std::int64_t high);
+  // A finite number of seconds, 0 or more.
+  double seconds(char const* field);
+  nlohmann::json const& array(char const* field);
+  nlohmann::json const& value(char const* field);
+  JsonObject object(char const* field);
+
+  // Every field is a member of a collection: asks for all. The names, in order; read them with the accessors above.
+  std::vector<std::string> names() const;
+  // The place of a field.
+  std::string placeOf(std::string_view field) const;
+  [[noreturn]] void refuse(std::string_view field, std::string reason) const;
+  // Raises JsonError for a field that none of the accessors was asked for.
+  void finish() const;
+
+ private:
+  nlohmann::json const& value_;
+  std::string place_;
+  std::vector<std::string> asked_;
+};
+
+// A whole number in canonical decimal form ("7", not "07" or "+7") from `low` to `high`; raises JsonError for `place`.
+std::int64_t integerOf(std::string_view text, std::int64_t low, std::int64_t high,
+                       std::string const& place);
+
+}  // namespace Oru::Mount

@@ -1,0 +1,65 @@
+#include "mount/ProblemList.h"
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+
+namespace Oru::Mount {
+
+namespace {
+
+double now() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+}  // namespace
+
+void ProblemList::report(Activity activity, std::string file, std::string place,
+                         std::string reason) {
+  auto const [at, isNew] = problems_.try_emplace({file, activity});
+  Problem& problem = at->second;
+  if (!isNew && problem.place == place && problem.reason == reason) return;
+  problem = {std::move(file), activity, std::move(place), std::move(reason), now()};
+  if (listener_) listener_(problem, true);
+}
+
+void ProblemList::clear(Activity activity, std::string const& file) {
+  auto const gone = problems_.extract({file, activity});
+  if (gone && listener_) listener_(gone.mapped(), false);
+}
+
+std::vector<ProblemList::Problem> ProblemList::problems() const {
+  std::vector<Problem> all;
+  for (auto const& [key, problem] : problems_) all.push_back(problem);
+  return all;
+}
+
+char const* textOf(ProblemList::Activity activity) noexcept {
+  switch (activity) {
+    case ProblemList::Activity::read: return "read";
+    case ProblemList::Activity::write: return "write";
+    case ProblemList::Activity::watch: return "watch";
+  }
+  return "";
+}
+
+std::string textOf(ProblemList::Problem const& problem) {
+  std::string text = std::string("cannot ") + textOf(problem.activity) + ' ' +
+                     (problem.file.empty() ? "the tree" : problem.file) + ": ";
+  if (!problem.place.empty()) text += problem.place + ": ";
+  return text + problem.reason;
+}
+
+std::string jsonOf(std::vector<ProblemList::Problem> const& problems) {
+  auto list = nlohmann::json::array();
+  for (auto const& problem : problems)
+    list.push_back({{"file", problem.file},
+                    {"activity", textOf(problem.activity)},
+                    {"place", problem.place},
+                    {"reason", problem.reason},
+                    {"since", problem.since}});
+  using Handler = nlohmann::json::error_handler_t;
+  return nlohmann::json{{"problems", std::move(list)}}.dump(2, ' ', false, Handler::replace) + '\n';
+}
+
+}  // namespace Oru::Mount

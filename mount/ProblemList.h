@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Oru::Mount {
+
+// What is wrong with the tree now, as one program sees it: at most one problem for each file and activity. A problem
+// stands until it is cleared; reporting it again with the same words is no news.
+class ProblemList {
+ public:
+  enum class Activity { read, write, watch };
+
+  struct Problem {
+    std::string file;  // relative to the tree's root; empty for the root itself
+    Activity activity = Activity::read;
+    std::string place;  // field inside the file, such as "chips.Chip1.deviceId"; empty for the whole file
+    std::string reason;
+    double since = 0.0;  // seconds since the epoch
+  };
+
+  // Hears of every problem that is new or has new words (`present`), and of every one that is gone.
+  using Listener = std::function<void(Problem const& problem, bool present)>;
+
+  void listenerIs(Listener listener) { listener_ = std::move(listener); }
+
+  void report(Activity activity, std::string file, std::string place, std::string reason);
+  void clear(Activity activity, std::string const& file);
+  // All problems, in the order of files.
+  std::vector<Problem> problems() const;
+  bool empty() const noexcept { return problems_.empty(); }
+
+ private:
+  std::map<std::pair<std::string, Activity>, Problem> problems_;
+  Listener listener_;
+};
+
+// "read", "write", "watch".
+char const* textOf(ProblemList::Activity activity) noexcept;
+// One line: "cannot read hw/config/Slice1.json: chips.Chip1.deviceId: 65 is not in 0 to 64".
+std::string textOf(ProblemList::Problem const& problem);
+// The text of a program's problem file (`problems/<program>.json`).
+std::string jsonOf(std::vector<ProblemList::Problem> const& problems);
+
+}  // namespace Oru::Mount
