@@ -1,5 +1,7 @@
 #include "runtime/kesh/AllocTrackTypeInfo.h"
 
+#include <new>
+
 namespace Kesh {
 
 namespace {
@@ -28,6 +30,17 @@ void AllocTrackTypeInfo::trackDeallocation(AllocTrackTypeInfo& type, std::size_t
                                            std::size_t count) noexcept {
   add(type.count_, std::size_t{0} - count);
   add(type.bytes_, std::size_t{0} - size);
+}
+
+void* AllocTrackTypeInfo::allocate(AllocTrackTypeInfo& type, std::size_t size) {
+  void* const memory = ::operator new(size);
+  _trackAllocation(type, size, 1);
+  return memory;
+}
+
+void AllocTrackTypeInfo::release(AllocTrackTypeInfo& type, void* memory, std::size_t size) noexcept {
+  trackDeallocation(type, size, 1);
+  ::operator delete(memory, size);
 }
 
 AllocTrackTypeInfo const* AllocTrackTypeInfo::first() noexcept {

@@ -53,14 +53,9 @@ class ORU_EXPORT Typed : public Base {
   static AllocTrackTypeInfo& typeInfo() noexcept { return info_; }
   Vunda::TypeData const* typeData() const override { return &info_; }
 
-  static void* operator new(std::size_t size) {
-    void* const memory = ::operator new(size);
-    AllocTrackTypeInfo::_trackAllocation(info_, size, 1);
-    return memory;
-  }
+  static void* operator new(std::size_t size) { return AllocTrackTypeInfo::allocate(info_, size); }
   static void operator delete(void* memory, std::size_t size) noexcept {
-    AllocTrackTypeInfo::trackDeallocation(info_, size, 1);
-    ::operator delete(memory);
+    AllocTrackTypeInfo::release(info_, memory, size);
   }
 
  private:
