@@ -8,8 +8,9 @@ ChipHwConfig::~ChipHwConfig() = default;
 
 void ChipHwConfig::deviceIdIs(std::uint16_t raw) { attributeIs(deviceIdField, deviceId_, raw); }
 
-void ChipHwConfig::portConfigIs(PortId port, Vunda::Ptr<PortHwConfig> const& config) {
-  if (!config) Kesh::throwMutatorArgNullPointerException(typeName, "portConfig");
+void ChipHwConfig::portConfigIs(PortId port, Vunda::Ptr<PortHwConfig> const& given) {
+  if (!given) Kesh::throwMutatorArgNullPointerException(typeName, "portConfig");
+  Vunda::Ptr<PortHwConfig> const config = given;  // a callback may drop the caller's pointer
   memberIs(portConfigField, portConfig_, port, config);
 }
 

@@ -8,8 +8,7 @@ ResetRequestDir::~ResetRequestDir() = default;
 
 void ResetRequestDir::resetRequestIs(Vunda::Ptr<ResetEntry> const& given) {
   if (!given) Kesh::throwMutatorArgNullPointerException(typeName, "resetRequest");
-  Vunda::Ptr<ResetEntry> const entry =
-      given;  // `given` may be the caller's last pointer, dropped by a callback
+  Vunda::Ptr<ResetEntry> const entry = given;  // a callback may drop the caller's pointer
   resetRequest_.memberIs(entry->key(), entry);
   publisher_.publishChange(resetRequestField, &entry->key(), &entry);
 }

@@ -10,8 +10,9 @@ void SliceHwConfig::genTimeIs(Vunda::Duration genTime) {
   attributeIs(genTimeField, genTime_, genTime);
 }
 
-void SliceHwConfig::chipConfigIs(Vunda::Ptr<ChipHwConfig> const& chip) {
-  if (!chip) Kesh::throwMutatorArgNullPointerException(typeName, "chipConfig");
+void SliceHwConfig::chipConfigIs(Vunda::Ptr<ChipHwConfig> const& given) {
+  if (!given) Kesh::throwMutatorArgNullPointerException(typeName, "chipConfig");
+  Vunda::Ptr<ChipHwConfig> const chip = given;  // a callback may drop the caller's pointer
   memberIs(chipConfigField, chipConfig_, chip->name(), chip);
 }
 
