@@ -19,10 +19,12 @@ using Vunda::Duration;
 using Vunda::Ptr;
 using Vunda::String;
 
-Ptr<CentralChipSm> CentralChipSm::CentralChipSmIs(
-    String const& name, String const& sliceName, Ptr<ChipHwConfig const> const& hwConfig,
-    Ptr<ChipConfig> const& config, Ptr<ChipStatus const> const& status,
-    Ptr<SystemStatus> const& systemStatus, CentralSliceSm* parent) {
+Ptr<CentralChipSm> CentralChipSm::CentralChipSmIs(String const& name, String const& sliceName,
+                                                  Ptr<ChipHwConfig const> const& hwConfig,
+                                                  Ptr<ChipConfig> const& config,
+                                                  Ptr<ChipStatus const> const& status,
+                                                  Ptr<SystemStatus> const& systemStatus,
+                                                  CentralSliceSm* parent) {
   return created(Ptr<CentralChipSm>::adopt(
       new CentralChipSm(name, sliceName, hwConfig, config, status, systemStatus, parent)));
 }
@@ -71,7 +73,8 @@ void CentralChipSm::handleRunning() {
   addToSystemStatus();
 }
 
-// The last words before the assertion on generations ends the process: both values, byte by byte, lowest first.
+// The last words before the assertion on generations ends the process: both values, byte by byte,
+// lowest first.
 void CentralChipSm::traceReversedGenerations() const {
   ORU_TRACE(3, "config genTime smaller than status genTime");
   Duration const configured = config()->genTime();

@@ -15,7 +15,8 @@ namespace Oru::Central {
 
 class CentralSliceSm;
 
-// Supervises one switching chip of one slice: runs its agent, follows the agent's generation, publishes the chip.
+// Supervises one switching chip of one slice: runs its agent, follows the agent's generation,
+// publishes the chip.
 //
 //   watches   status          genTime, intfToPortId (fields 260, 261)   -> handleRunning
 //   writes    config          enabled, genTime, syncGenTime
@@ -23,8 +24,9 @@ class CentralSliceSm;
 //             systemStatus    chipInfo, intfToChipPort, sliceToChipMap, by addToSystemStatus, removeFromSystemStatus
 //   tells     the root's helper   chipAdded, chipAlreadyAdded, chipRemoved
 //
-// The chip is running when its agent reports exactly the configured generation, that generation is not 0, and the chip
-// is enabled. The machine keeps no running state: the system status is the record of which chips run.
+// The chip is running when its agent reports exactly the configured generation, that generation is
+// not 0, and the chip is enabled. The machine keeps no running state: the system status is the
+// record of which chips run.
 //
 // INVARIANTS
 //   - config.genTime >= status.genTime. An agent that reports a newer generation than was ever configured (or a NaN on
@@ -37,11 +39,13 @@ class ORU_EXPORT CentralChipSm : public Kesh::StateMachine<CentralChipSm> {
   static constexpr char const* typeName = "Oru::Central::CentralChipSm";
 
   // `parent` outlives the machine.
-  static Vunda::Ptr<CentralChipSm> CentralChipSmIs(
-      Vunda::String const& name, Vunda::String const& sliceName,
-      Vunda::Ptr<ChipHwConfig const> const& hwConfig, Vunda::Ptr<ChipConfig> const& config,
-      Vunda::Ptr<ChipStatus const> const& status, Vunda::Ptr<SystemStatus> const& systemStatus,
-      CentralSliceSm* parent);
+  static Vunda::Ptr<CentralChipSm> CentralChipSmIs(Vunda::String const& name,
+                                                   Vunda::String const& sliceName,
+                                                   Vunda::Ptr<ChipHwConfig const> const& hwConfig,
+                                                   Vunda::Ptr<ChipConfig> const& config,
+                                                   Vunda::Ptr<ChipStatus const> const& status,
+                                                   Vunda::Ptr<SystemStatus> const& systemStatus,
+                                                   CentralSliceSm* parent);
   ~CentralChipSm() override;
 
   Vunda::String const& name() const { return name_; }
@@ -56,11 +60,13 @@ class ORU_EXPORT CentralChipSm : public Kesh::StateMachine<CentralChipSm> {
   // In the order of a chip's life.
   void handleInitialized();
   void handleRunning();
-  // Restarts the agent (true) or stops it (false): withdraws the chip, then writes a new generation.
+  // Restarts the agent (true) or stops it (false): withdraws the chip, then writes a new
+  // generation.
   void doReset(bool enabled);
   void handleDestroyed();
 
-  // The agent runs the configured generation: publishes the chip, or tells the helper that it is published already.
+  // The agent runs the configured generation: publishes the chip, or tells the helper that it is
+  // published already.
   void addToSystemStatus();
   // Withdraws the chip; only says so when it is not published.
   void removeFromSystemStatus();
@@ -72,8 +78,8 @@ class ORU_EXPORT CentralChipSm : public Kesh::StateMachine<CentralChipSm> {
   friend class Kesh::StateMachine<CentralChipSm>;
 
   CentralChipSm(Vunda::String const& name, Vunda::String const& sliceName,
-                Vunda::Ptr<ChipHwConfig const> const& hwConfig, Vunda::Ptr<ChipConfig> const& config,
-                Vunda::Ptr<ChipStatus const> const& status,
+                Vunda::Ptr<ChipHwConfig const> const& hwConfig,
+                Vunda::Ptr<ChipConfig> const& config, Vunda::Ptr<ChipStatus const> const& status,
                 Vunda::Ptr<SystemStatus> const& systemStatus, CentralSliceSm* parent);
   void traceReversedGenerations() const;
   ChipInfo chipInfo() const;

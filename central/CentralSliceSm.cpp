@@ -13,10 +13,13 @@ using Vunda::Duration;
 using Vunda::Ptr;
 using Vunda::String;
 
-Ptr<CentralSliceSm> CentralSliceSm::CentralSliceSmIs(
-    String const& name, Ptr<SliceHwConfig const> const& hwConfig, Ptr<SliceHwStatus> const& hwStatus,
-    Ptr<Kesh::Dir> const& configDir, Ptr<Kesh::Dir const> const& statusDir,
-    Ptr<SystemStatus> const& systemStatus, CentralSm* centralSm) {
+Ptr<CentralSliceSm> CentralSliceSm::CentralSliceSmIs(String const& name,
+                                                     Ptr<SliceHwConfig const> const& hwConfig,
+                                                     Ptr<SliceHwStatus> const& hwStatus,
+                                                     Ptr<Kesh::Dir> const& configDir,
+                                                     Ptr<Kesh::Dir const> const& statusDir,
+                                                     Ptr<SystemStatus> const& systemStatus,
+                                                     CentralSm* centralSm) {
   return created(Ptr<CentralSliceSm>::adopt(
       new CentralSliceSm(name, hwConfig, hwStatus, configDir, statusDir, systemStatus, centralSm)));
 }
@@ -79,7 +82,8 @@ void CentralSliceSm::handleHwConfigInitialized() {
   if (hwConfig()->genTime() > hwStatus()->genTime()) {
     ORU_TRACE(3, "Detected a new slice inserted, hw genTime {}", hwConfig()->genTime());
     doReset(true);
-    // Read again: a newer generation that arrived during the reset is not to be overwritten by an older one.
+    // Read again: a newer generation that arrived during the reset is not to be overwritten by an
+    // older one.
     hwStatus()->genTimeIs(hwConfig()->genTime());
   }
   chipSm_.forEach([](CentralChipSm& chip) { chip.handleRunning(); });
@@ -149,14 +153,15 @@ Ptr<CentralChipSm> CentralSliceSm::chipSmIs(String const& name, String const& sl
   }
   Duration const hwStatusBefore = hwStatus() ? hwStatus()->genTime() : Duration();
   auto const [chip, disturbed] = chipSm_.newChild(name, [&] {
-    return CentralChipSm::CentralChipSmIs(name, sliceName, hwConfig, config, status, systemStatus, this);
+    return CentralChipSm::CentralChipSmIs(name, sliceName, hwConfig, config, status, systemStatus,
+                                          this);
   });
   if (disturbed) catchUp(*chip, hwStatusBefore);
   return chip;
 }
 
-// The chip set was reconciled while `chip` was under construction and could not take part: removes the chip if it is not
-// wanted any more, and resets it if a new board was taken over meanwhile.
+// The chip set was reconciled while `chip` was under construction and could not take part: removes
+// the chip if it is not wanted any more, and resets it if a new board was taken over meanwhile.
 void CentralSliceSm::catchUp(CentralChipSm& chip, Duration hwStatusBefore) {
   if (!isConfigured(chip.name())) {
     ORU_TRACE(3, "Delete chipSm for {}", chip.name());
@@ -170,18 +175,18 @@ Ptr<CentralChipSm> CentralSliceSm::chipSmDel(String const& name) { return chipSm
 
 void CentralSliceSm::chipSmDelAll() { chipSm_.childDelAll(); }
 
-void CentralSliceSm::hwConfigDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                      void const*, void const*) noexcept {
+void CentralSliceSm::hwConfigDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                      Vunda::FieldId field, void const*, void const*) noexcept {
   dispatch(&CentralSliceSm::hwConfig_, slot, field == SliceHwConfig::genTimeField,
            [](CentralSliceSm& self) { self.handleHwConfigInitialized(); });
 }
 
-void CentralSliceSm::statusDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                       void const* key, void const*) noexcept {
-  dispatch(&CentralSliceSm::statusDir_, slot, field == Kesh::Dir::entityPtrField,
-           [key](CentralSliceSm& self) {
-             self.handleChipStatus(*static_cast<String const*>(key));
-           });
+void CentralSliceSm::statusDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                       Vunda::FieldId field, void const* key,
+                                       void const*) noexcept {
+  dispatch(
+      &CentralSliceSm::statusDir_, slot, field == Kesh::Dir::entityPtrField,
+      [key](CentralSliceSm& self) { self.handleChipStatus(*static_cast<String const*>(key)); });
 }
 
 }  // namespace Oru::Central

@@ -16,7 +16,8 @@ class CentralSm;
 
 struct HN_ChipSm;
 
-// Supervises one slice: keeps one chip state machine per configured chip, and takes over a newly inserted board.
+// Supervises one slice: keeps one chip state machine per configured chip, and takes over a newly
+// inserted board.
 //
 //   watches   hwConfig     genTime (field 259)          -> handleHwConfigInitialized
 //             statusDir    chip statuses (field 266)    -> handleChipStatus
@@ -27,13 +28,14 @@ struct HN_ChipSm;
 //   owns      chipSm       by chip name
 //   tells     the root's helper   sliceDetected
 //
-// The chips are first set up when every configured chip has a status entity; from then on every announcement of the
-// hardware configuration brings the set in line with it. A hardware generation of 0 means that no board is there yet:
-// nothing happens. One that is newer than the slice's hardware status is a newly inserted board: every chip is reset,
-// then the status takes the generation over.
+// The chips are first set up when every configured chip has a status entity; from then on every
+// announcement of the hardware configuration brings the set in line with it. A hardware generation
+// of 0 means that no board is there yet: nothing happens. One that is newer than the slice's
+// hardware status is a newly inserted board: every chip is reset, then the status takes the
+// generation over.
 //
-// The construction arguments stay for life. Without a hardware configuration the machine does nothing; without a
-// status directory no chip has a status.
+// The construction arguments stay for life. Without a hardware configuration the machine does
+// nothing; without a status directory no chip has a status.
 class ORU_EXPORT CentralSliceSm : public Kesh::StateMachine<CentralSliceSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::CentralSliceSm";
@@ -58,9 +60,12 @@ class ORU_EXPORT CentralSliceSm : public Kesh::StateMachine<CentralSliceSm> {
   bool initialized() const { return initialized_; }
 
   ChipSms const& chipSm() const { return chipSm_; }
-  Vunda::Ptr<CentralChipSm> chipSm(Vunda::String const& chipName) const { return chipSm_.child(chipName); }
-  // The chip's machine, built when there is none. Raises the re-instantiation exception when there is one that was built
-  // with other arguments. Null when it is asked for from within that machine's own construction.
+  Vunda::Ptr<CentralChipSm> chipSm(Vunda::String const& chipName) const {
+    return chipSm_.child(chipName);
+  }
+  // The chip's machine, built when there is none. Raises the re-instantiation exception when there
+  // is one that was built with other arguments. Null when it is asked for from within that
+  // machine's own construction.
   Vunda::Ptr<CentralChipSm> chipSmIs(Vunda::String const& name, Vunda::String const& sliceName,
                                      Vunda::Ptr<ChipHwConfig const> const& hwConfig,
                                      Vunda::Ptr<ChipConfig> const& config,

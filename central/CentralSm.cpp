@@ -22,10 +22,9 @@ Ptr<CentralSm> CentralSm::CentralSmIs(
     Ptr<Kesh::Dir> const& chipLauncherConfigDir, Ptr<Kesh::Dir> const& featureLauncherConfigDir,
     Ptr<CentralHelper> const& helper) {
   registerStateTypes();
-  return created(Ptr<CentralSm>::adopt(
-      new CentralSm(hwConfigDir, hwStatusDir, configDir, statusDir, systemStatus, resetRequestDir,
-                    resetStatusDir, sliceLauncherConfigDir, chipLauncherConfigDir,
-                    featureLauncherConfigDir, helper)));
+  return created(Ptr<CentralSm>::adopt(new CentralSm(
+      hwConfigDir, hwStatusDir, configDir, statusDir, systemStatus, resetRequestDir, resetStatusDir,
+      sliceLauncherConfigDir, chipLauncherConfigDir, featureLauncherConfigDir, helper)));
 }
 
 CentralSm::CentralSm(Ptr<Kesh::Dir const> const& hwConfigDir, Ptr<Kesh::Dir> const& hwStatusDir,
@@ -35,7 +34,8 @@ CentralSm::CentralSm(Ptr<Kesh::Dir const> const& hwConfigDir, Ptr<Kesh::Dir> con
                      Ptr<Kesh::Dir> const& resetStatusDir,
                      Ptr<Kesh::Dir> const& sliceLauncherConfigDir,
                      Ptr<Kesh::Dir> const& chipLauncherConfigDir,
-                     Ptr<Kesh::Dir> const& featureLauncherConfigDir, Ptr<CentralHelper> const& helper)
+                     Ptr<Kesh::Dir> const& featureLauncherConfigDir,
+                     Ptr<CentralHelper> const& helper)
     : hwConfigDir_(*this, hwConfigDir, &hwConfigDirDispatch),
       hwStatusDir_(hwStatusDir),
       configDir_(configDir),
@@ -87,8 +87,8 @@ void CentralSm::handleHwConfigDir(Vunda::String const& name) {
   }
 }
 
-// The chip configurations and the hardware status stand before the launcher entry: a launcher that answers at once makes
-// the slice's status entry, and so the slice machine, inside that call.
+// The chip configurations and the hardware status stand before the launcher entry: a launcher that
+// answers at once makes the slice's status entry, and so the slice machine, inside that call.
 void CentralSm::sliceIsConfigured(String const& name, SliceHwConfig const& hwConfig) {
   ORU_ASSERT(configDir());
   ORU_ASSERT(hwStatusDir());
@@ -96,7 +96,8 @@ void CentralSm::sliceIsConfigured(String const& name, SliceHwConfig const& hwCon
       Vunda::ptrCast<Kesh::Dir>(configDir()->createEntity(Kesh::Dir::typeName, name));
   ORU_ASSERT(sliceConfigDir);
   createChipConfigs(hwConfig, sliceConfigDir);
-  if (!hwStatusDir()->entityPtrHas(name)) hwStatusDir()->createEntity(SliceHwStatus::typeName, name);
+  if (!hwStatusDir()->entityPtrHas(name))
+    hwStatusDir()->createEntity(SliceHwStatus::typeName, name);
   if (sliceLauncherConfigDir()) {
     ORU_TRACE(3, "Starting slice agent {}", name);
     sliceLauncherConfigDir()->createEntity(Kesh::Dir::typeName, name);
@@ -104,7 +105,8 @@ void CentralSm::sliceIsConfigured(String const& name, SliceHwConfig const& hwCon
   handleStatusDir(name);
 }
 
-void CentralSm::createChipConfigs(SliceHwConfig const& hwConfig, Ptr<Kesh::Dir> const& sliceConfigDir) {
+void CentralSm::createChipConfigs(SliceHwConfig const& hwConfig,
+                                  Ptr<Kesh::Dir> const& sliceConfigDir) {
   ORU_ASSERT(helper());
   for (auto chip = hwConfig.chipConfig().iterator(); chip; ++chip) {
     Ptr<ChipHwConfig const> const chipHwConfig = chip.value();
@@ -164,7 +166,8 @@ void CentralSm::handleResetRequestDir(Vunda::String const& name) {
   resetSmIs(name, requestDir, entityAs<ResetStatusDir>(resetStatusDir(), name));
 }
 
-Ptr<CentralSliceSm> CentralSm::sliceSmIs(String const& name, Ptr<SliceHwConfig const> const& hwConfig,
+Ptr<CentralSliceSm> CentralSm::sliceSmIs(String const& name,
+                                         Ptr<SliceHwConfig const> const& hwConfig,
                                          Ptr<SliceHwStatus> const& hwStatus,
                                          Ptr<Kesh::Dir> const& configDir,
                                          Ptr<Kesh::Dir const> const& statusDir,
@@ -182,8 +185,8 @@ Ptr<CentralSliceSm> CentralSm::sliceSmIs(String const& name, Ptr<SliceHwConfig c
     return nullptr;
   }
   auto const [slice, disturbed] = sliceSm_.newChild(name, [&] {
-    return CentralSliceSm::CentralSliceSmIs(name, hwConfig, hwStatus, configDir, statusDir, systemStatus,
-                                            this);
+    return CentralSliceSm::CentralSliceSmIs(name, hwConfig, hwStatus, configDir, statusDir,
+                                            systemStatus, this);
   });
   if (disturbed) handleStatusDir(name);
   return slice;
@@ -197,8 +200,10 @@ Ptr<ResetRequestSm> CentralSm::resetSmIs(String const& name,
                                          Ptr<ResetRequestDir const> const& resetRequestDir,
                                          Ptr<ResetStatusDir> const& resetStatusDir) {
   if (Ptr<ResetRequestSm> const existing = resetSm(name)) {
-    Kesh::sameArgument(typeName, "resetSm.resetRequestDir", existing->resetRequestDir(), resetRequestDir);
-    Kesh::sameArgument(typeName, "resetSm.resetStatusDir", existing->resetStatusDir(), resetStatusDir);
+    Kesh::sameArgument(typeName, "resetSm.resetRequestDir", existing->resetRequestDir(),
+                       resetRequestDir);
+    Kesh::sameArgument(typeName, "resetSm.resetStatusDir", existing->resetStatusDir(),
+                       resetStatusDir);
     return existing;
   }
   if (resetSm_.underConstruction(name)) {
@@ -239,8 +244,8 @@ void CentralSm::featureCollSmDel() {
   }
 }
 
-void CentralSm::hwConfigDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                    void const* key, void const*) noexcept {
+void CentralSm::hwConfigDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                    Vunda::FieldId field, void const* key, void const*) noexcept {
   dispatch(&CentralSm::hwConfigDir_, slot, field == Kesh::Dir::entityPtrField,
            [key](CentralSm& self) { self.handleHwConfigDir(*static_cast<String const*>(key)); });
 }
@@ -251,10 +256,12 @@ void CentralSm::statusDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vu
            [key](CentralSm& self) { self.handleStatusDir(*static_cast<String const*>(key)); });
 }
 
-void CentralSm::resetRequestDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                        void const* key, void const*) noexcept {
-  dispatch(&CentralSm::resetRequestDir_, slot, field == Kesh::Dir::entityPtrField,
-           [key](CentralSm& self) { self.handleResetRequestDir(*static_cast<String const*>(key)); });
+void CentralSm::resetRequestDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                        Vunda::FieldId field, void const* key,
+                                        void const*) noexcept {
+  dispatch(
+      &CentralSm::resetRequestDir_, slot, field == Kesh::Dir::entityPtrField,
+      [key](CentralSm& self) { self.handleResetRequestDir(*static_cast<String const*>(key)); });
 }
 
 }  // namespace Oru::Central

@@ -17,8 +17,8 @@ namespace Oru::Central {
 struct HN_ResetSm;
 struct HN_SliceSm;
 
-// The root of the supervision tree. The hosting agent creates one through `centralSmFactory`, with the shared directories
-// and its helper, and keeps the pointer for as long as supervision runs.
+// The root of the supervision tree. The hosting agent creates one through `centralSmFactory`, with
+// the shared directories and its helper, and keeps the pointer for as long as supervision runs.
 //
 //   watches   hwConfigDir       slice hardware configurations (field 266)   -> handleHwConfigDir(name)
 //             statusDir         slice status directories (field 266)        -> handleStatusDir(name)
@@ -31,30 +31,34 @@ struct HN_SliceSm;
 //   owns      featureColl, featureCollSm, resetSm (by directory name), sliceSm (by slice name)
 //   tells     helper            initialize, featureCollection, syncStateOnInit, createChipConfig
 //
-// A slice machine exists once the slice has both a configuration and a status entry, and goes when its status entry goes.
+// A slice machine exists once the slice has both a configuration and a status entry, and goes when
+// its status entry goes.
 //
-// Any directory may be null: a watched one is then empty, a launcher directory is not written. `helper`, `configDir`,
-// `hwStatusDir`, `systemStatus` and `resetStatusDir` are asserted where they are needed. Children hold plain back
-// pointers to the root and may not be held by others beyond its life.
+// Any directory may be null: a watched one is then empty, a launcher directory is not written.
+// `helper`, `configDir`, `hwStatusDir`, `systemStatus` and `resetStatusDir` are asserted where they
+// are needed. Children hold plain back pointers to the root and may not be held by others beyond
+// its life.
 //
-// Everything runs on one thread; handlers may be entered again from within their own writes. An exception that escapes a
-// subscription callback ends the process; one that escapes a handler called directly, or the factory, is the caller's.
+// Everything runs on one thread; handlers may be entered again from within their own writes. An
+// exception that escapes a subscription callback ends the process; one that escapes a handler
+// called directly, or the factory, is the caller's.
 class ORU_EXPORT CentralSm : public Kesh::StateMachine<CentralSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::CentralSm";
   using ResetSms = Kesh::ChildCollection<HN_ResetSm, Vunda::String, ResetRequestSm>;
   using SliceSms = Kesh::ChildCollection<HN_SliceSm, Vunda::String, CentralSliceSm>;
 
-  static Vunda::Ptr<CentralSm> CentralSmIs(
-      Vunda::Ptr<Kesh::Dir const> const& hwConfigDir, Vunda::Ptr<Kesh::Dir> const& hwStatusDir,
-      Vunda::Ptr<Kesh::Dir> const& configDir, Vunda::Ptr<Kesh::Dir> const& statusDir,
-      Vunda::Ptr<SystemStatus> const& systemStatus,
-      Vunda::Ptr<Kesh::Dir const> const& resetRequestDir,
-      Vunda::Ptr<Kesh::Dir> const& resetStatusDir,
-      Vunda::Ptr<Kesh::Dir> const& sliceLauncherConfigDir,
-      Vunda::Ptr<Kesh::Dir> const& chipLauncherConfigDir,
-      Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir,
-      Vunda::Ptr<OruHelper::CentralHelper> const& helper);
+  static Vunda::Ptr<CentralSm> CentralSmIs(Vunda::Ptr<Kesh::Dir const> const& hwConfigDir,
+                                           Vunda::Ptr<Kesh::Dir> const& hwStatusDir,
+                                           Vunda::Ptr<Kesh::Dir> const& configDir,
+                                           Vunda::Ptr<Kesh::Dir> const& statusDir,
+                                           Vunda::Ptr<SystemStatus> const& systemStatus,
+                                           Vunda::Ptr<Kesh::Dir const> const& resetRequestDir,
+                                           Vunda::Ptr<Kesh::Dir> const& resetStatusDir,
+                                           Vunda::Ptr<Kesh::Dir> const& sliceLauncherConfigDir,
+                                           Vunda::Ptr<Kesh::Dir> const& chipLauncherConfigDir,
+                                           Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir,
+                                           Vunda::Ptr<OruHelper::CentralHelper> const& helper);
   ~CentralSm() override;
 
   Vunda::Ptr<Kesh::Dir const> const& hwConfigDir() const { return hwConfigDir_.ptr(); }
@@ -66,18 +70,25 @@ class ORU_EXPORT CentralSm : public Kesh::StateMachine<CentralSm> {
   Vunda::Ptr<Kesh::Dir> const& resetStatusDir() const { return resetStatusDir_; }
   Vunda::Ptr<Kesh::Dir> const& sliceLauncherConfigDir() const { return sliceLauncherConfigDir_; }
   Vunda::Ptr<Kesh::Dir> const& chipLauncherConfigDir() const { return chipLauncherConfigDir_; }
-  Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir() const { return featureLauncherConfigDir_; }
+  Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir() const {
+    return featureLauncherConfigDir_;
+  }
   Vunda::Ptr<OruHelper::CentralHelper> const& helper() const { return helper_; }
   Vunda::Ptr<FeatureCollection> const& featureColl() const { return featureColl_; }
   Vunda::Ptr<FeatureCollSm> const& featureCollSm() const { return featureCollSm_; }
   ResetSms const& resetSm() const { return resetSm_; }
-  Vunda::Ptr<ResetRequestSm> resetSm(Vunda::String const& name) const { return resetSm_.child(name); }
+  Vunda::Ptr<ResetRequestSm> resetSm(Vunda::String const& name) const {
+    return resetSm_.child(name);
+  }
   SliceSms const& sliceSm() const { return sliceSm_; }
-  Vunda::Ptr<CentralSliceSm> sliceSm(Vunda::String const& name) const { return sliceSm_.child(name); }
+  Vunda::Ptr<CentralSliceSm> sliceSm(Vunda::String const& name) const {
+    return sliceSm_.child(name);
+  }
   bool initialized() const { return initialized_; }
 
-  // The slice's machine, built when there is none. Raises the re-instantiation exception when there is one that was built
-  // with other arguments. Null when it is asked for from within that machine's own construction.
+  // The slice's machine, built when there is none. Raises the re-instantiation exception when there
+  // is one that was built with other arguments. Null when it is asked for from within that
+  // machine's own construction.
   Vunda::Ptr<CentralSliceSm> sliceSmIs(Vunda::String const& name,
                                        Vunda::Ptr<SliceHwConfig const> const& hwConfig,
                                        Vunda::Ptr<SliceHwStatus> const& hwStatus,
@@ -105,7 +116,8 @@ class ORU_EXPORT CentralSm : public Kesh::StateMachine<CentralSm> {
 
   // Start-up, once, at the end of the constructor.
   void handleInitialized();
-  // Drops from the system status what an earlier run left of chips that do not run any more; tells the helper which do.
+  // Drops from the system status what an earlier run left of chips that do not run any more; tells
+  // the helper which do.
   void syncStateOnInit();
   void handleHwConfigDir();
   void handleHwConfigDir(Vunda::String const& name);
@@ -117,15 +129,16 @@ class ORU_EXPORT CentralSm : public Kesh::StateMachine<CentralSm> {
                                   void const* key, void const* value) noexcept;
   static void statusDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
                                 void const* key, void const* value) noexcept;
-  static void resetRequestDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                      void const* key, void const* value) noexcept;
+  static void resetRequestDirDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                      Vunda::FieldId field, void const* key,
+                                      void const* value) noexcept;
 
  private:
   friend class Kesh::StateMachine<CentralSm>;
 
-  CentralSm(Vunda::Ptr<Kesh::Dir const> const& hwConfigDir, Vunda::Ptr<Kesh::Dir> const& hwStatusDir,
-            Vunda::Ptr<Kesh::Dir> const& configDir, Vunda::Ptr<Kesh::Dir> const& statusDir,
-            Vunda::Ptr<SystemStatus> const& systemStatus,
+  CentralSm(Vunda::Ptr<Kesh::Dir const> const& hwConfigDir,
+            Vunda::Ptr<Kesh::Dir> const& hwStatusDir, Vunda::Ptr<Kesh::Dir> const& configDir,
+            Vunda::Ptr<Kesh::Dir> const& statusDir, Vunda::Ptr<SystemStatus> const& systemStatus,
             Vunda::Ptr<Kesh::Dir const> const& resetRequestDir,
             Vunda::Ptr<Kesh::Dir> const& resetStatusDir,
             Vunda::Ptr<Kesh::Dir> const& sliceLauncherConfigDir,
@@ -134,7 +147,8 @@ class ORU_EXPORT CentralSm : public Kesh::StateMachine<CentralSm> {
             Vunda::Ptr<OruHelper::CentralHelper> const& helper);
   void sliceIsConfigured(Vunda::String const& name, SliceHwConfig const& hwConfig);
   void sliceIsNotConfigured(Vunda::String const& name);
-  void createChipConfigs(SliceHwConfig const& hwConfig, Vunda::Ptr<Kesh::Dir> const& sliceConfigDir);
+  void createChipConfigs(SliceHwConfig const& hwConfig,
+                         Vunda::Ptr<Kesh::Dir> const& sliceConfigDir);
   void cleanUpChipInfos(ChipCollection const& runningChips);
   auto watched() { return std::tie(hwConfigDir_, statusDir_, resetRequestDir_); }
   auto children() { return std::tie(featureCollSm_, resetSm_, sliceSm_); }

@@ -32,8 +32,9 @@ RunningSlice runningSlice(CentralSm const& root, String const& name) {
           entityAs<Kesh::Dir const>(root.statusDir(), name)};
 }
 
-// A chip runs when its agent has reached the configured generation, was configured for the board that is in the slice
-// now (strictly after the hardware's generation), and is published at that generation.
+// A chip runs when its agent has reached the configured generation, was configured for the board
+// that is in the slice now (strictly after the hardware's generation), and is published at that
+// generation.
 void addRunningChips(RunningSlice const& slice, SystemStatus const& systemStatus,
                      ChipCollection& runningChips) {
   for (auto chip = slice.configDir->entityPtrIteratorConst(); chip; ++chip) {
@@ -41,7 +42,8 @@ void addRunningChips(RunningSlice const& slice, SystemStatus const& systemStatus
     auto const status = entityAs<ChipStatus const>(slice.statusDir, chip.name());
     if (!config || !status) continue;
     ChipInfo const published = systemStatus.chipInfo(config->deviceId());
-    bool const running = config->genTime() == status->genTime() && config->genTime() > slice.hwGenTime &&
+    bool const running = config->genTime() == status->genTime() &&
+                         config->genTime() > slice.hwGenTime &&
                          config->genTime() == published.genTime();
     if (running) runningChips.chipIs(published.deviceId(), true);
   }

@@ -5,8 +5,8 @@
 
 namespace Oru::Central {
 
-// The text trace of the supervision library, named "OruCentral". Every state machine traces through it; the hosting
-// agent sets its levels and its sink.
+// The text trace of the supervision library, named "OruCentral". Every state machine traces through
+// it; the hosting agent sets its levels and its sink.
 //   level 1  chip resets                     level 5  feature launcher entries
 //   level 2  entry of every handler          level 9  entry of the feature handlers
 //   level 3  progress, and work that is skipped

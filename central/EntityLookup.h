@@ -5,7 +5,8 @@
 
 namespace Oru::Central {
 
-// The entity of that name as a T. Null when the directory is null, has no such entity, or has one of another type.
+// The entity of that name as a T. Null when the directory is null, has no such entity, or has one
+// of another type.
 template <class T, class D>
 Vunda::Ptr<T> entityAs(Vunda::Ptr<D> const& dir, Vunda::String const& name) {
   return dir ? Vunda::ptrCast<T>(dir->entityPtr(name)) : nullptr;

@@ -9,7 +9,8 @@ using Vunda::Ptr;
 
 Ptr<FeatureCollSm> FeatureCollSm::FeatureCollSmIs(Ptr<FeatureCollection const> const& featureColl,
                                                   Ptr<Kesh::Dir> const& featureLauncherConfigDir) {
-  return created(Ptr<FeatureCollSm>::adopt(new FeatureCollSm(featureColl, featureLauncherConfigDir)));
+  return created(
+      Ptr<FeatureCollSm>::adopt(new FeatureCollSm(featureColl, featureLauncherConfigDir)));
 }
 
 FeatureCollSm::FeatureCollSm(Ptr<FeatureCollection const> const& featureColl,

@@ -9,15 +9,15 @@
 
 namespace Oru::Central {
 
-// Mirrors the names of a feature collection into the feature launcher directory: one entry per feature runs that
-// feature's agent.
+// Mirrors the names of a feature collection into the feature launcher directory: one entry per
+// feature runs that feature's agent.
 //
 //   watches   featureColl   feature (field 130)   -> handleFeatureColl(name)
 //   writes    featureLauncherConfigDir   entry `name` for every feature in the collection, whatever its flag: a feature
 //             that is switched off keeps its agent, one that is removed loses it
 //
-// Both members may be null; then every handler only says so. Entries stay when the machine goes. The whole-collection
-// pass only adds: an entry that is in no collection is nobody's to remove.
+// Both members may be null; then every handler only says so. Entries stay when the machine goes.
+// The whole-collection pass only adds: an entry that is in no collection is nobody's to remove.
 class ORU_EXPORT FeatureCollSm : public Kesh::StateMachine<FeatureCollSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::FeatureCollSm";
@@ -28,7 +28,9 @@ class ORU_EXPORT FeatureCollSm : public Kesh::StateMachine<FeatureCollSm> {
   ~FeatureCollSm() override;
 
   Vunda::Ptr<FeatureCollection const> const& featureColl() const { return featureColl_.ptr(); }
-  Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir() const { return featureLauncherConfigDir_; }
+  Vunda::Ptr<Kesh::Dir> const& featureLauncherConfigDir() const {
+    return featureLauncherConfigDir_;
+  }
 
   void handleFeatureColl();
   void handleFeatureColl(Vunda::String const& name);

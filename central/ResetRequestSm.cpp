@@ -9,15 +9,15 @@ namespace Oru::Central {
 using Vunda::Ptr;
 using Vunda::String;
 
-Ptr<ResetRequestSm> ResetRequestSm::ResetRequestSmIs(String const& name,
-                                                     Ptr<ResetRequestDir const> const& resetRequestDir,
-                                                     Ptr<ResetStatusDir> const& resetStatusDir,
-                                                     CentralSm* centralSm) {
+Ptr<ResetRequestSm> ResetRequestSm::ResetRequestSmIs(
+    String const& name, Ptr<ResetRequestDir const> const& resetRequestDir,
+    Ptr<ResetStatusDir> const& resetStatusDir, CentralSm* centralSm) {
   return created(Ptr<ResetRequestSm>::adopt(
       new ResetRequestSm(name, resetRequestDir, resetStatusDir, centralSm)));
 }
 
-ResetRequestSm::ResetRequestSm(String const& name, Ptr<ResetRequestDir const> const& resetRequestDir,
+ResetRequestSm::ResetRequestSm(String const& name,
+                               Ptr<ResetRequestDir const> const& resetRequestDir,
                                Ptr<ResetStatusDir> const& resetStatusDir, CentralSm* centralSm)
     : name_(name),
       resetRequestDir_(*this, resetRequestDir, &resetRequestDispatch),
@@ -26,7 +26,8 @@ ResetRequestSm::ResetRequestSm(String const& name, Ptr<ResetRequestDir const> co
   subscribeAndRun([this] { takeUpPresentRequests(); });
 }
 
-// The nested machines become zombies while this machine's use count is zero already, so none deletes its record.
+// The nested machines become zombies while this machine's use count is zero already, so none
+// deletes its record.
 ResetRequestSm::~ResetRequestSm() {
   deactivate([] {});
   resetSm_.forEach([](NestedSm_ResetSm& nested) { nested.resetRequestSm_ = nullptr; });
@@ -95,12 +96,12 @@ void ResetRequestSm::keshDoZombieReactors(bool zombie) {
   nodeFlagSet(zombieReactorsFlag, zombie);
 }
 
-void ResetRequestSm::resetRequestDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                          void const* key, void const*) noexcept {
-  dispatchToZombies(&ResetRequestSm::resetRequestDir_, slot, field == ResetRequestDir::resetRequestField,
-                    [key](ResetRequestSm& self) {
-                      self.handleResetRequest(*static_cast<ResetKey const*>(key));
-                    });
+void ResetRequestSm::resetRequestDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                          Vunda::FieldId field, void const* key,
+                                          void const*) noexcept {
+  dispatchToZombies(
+      &ResetRequestSm::resetRequestDir_, slot, field == ResetRequestDir::resetRequestField,
+      [key](ResetRequestSm& self) { self.handleResetRequest(*static_cast<ResetKey const*>(key)); });
 }
 
 }  // namespace Oru::Central

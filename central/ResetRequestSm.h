@@ -22,32 +22,37 @@ struct HN_NestedSm_ResetSm;
 //   watches   resetRequestDir   resetRequest (field 258)   -> resetSmIs(entry) or resetSmDel(key)
 //   owns      resetSm           by the request's key
 //
-// Without a request directory the machine is inert. When a single request is withdrawn its status record is deleted; when
-// the whole machine goes, the records stay.
+// Without a request directory the machine is inert. When a single request is withdrawn its status
+// record is deleted; when the whole machine goes, the records stay.
 class ORU_EXPORT ResetRequestSm : public Kesh::StateMachine<ResetRequestSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::ResetRequestSm";
   class NestedSm_ResetSm;
   using NestedSms = Kesh::ChildCollection<HN_NestedSm_ResetSm, ResetKey, NestedSm_ResetSm>;
 
-  // `centralSm` outlives the machine. Requests that are present are carried out before this returns.
+  // `centralSm` outlives the machine. Requests that are present are carried out before this
+  // returns.
   static Vunda::Ptr<ResetRequestSm> ResetRequestSmIs(
       Vunda::String const& name, Vunda::Ptr<ResetRequestDir const> const& resetRequestDir,
       Vunda::Ptr<ResetStatusDir> const& resetStatusDir, CentralSm* centralSm);
   ~ResetRequestSm() override;
 
   Vunda::String const& name() const { return name_; }
-  Vunda::Ptr<ResetRequestDir const> const& resetRequestDir() const { return resetRequestDir_.ptr(); }
+  Vunda::Ptr<ResetRequestDir const> const& resetRequestDir() const {
+    return resetRequestDir_.ptr();
+  }
   Vunda::Ptr<ResetStatusDir> const& resetStatusDir() const { return resetStatusDir_; }
   CentralSm* centralSm() const { return centralSm_; }
   CentralSm* parentSm() const { return centralSm_; }
 
   NestedSms const& resetSm() const { return resetSm_; }
   Vunda::Ptr<NestedSm_ResetSm> resetSm(ResetKey const& key) const;
-  // Makes the nested machine of the entry's key, or binds the one that is there to this entry; either carries the request
-  // out, unless it is bound to this very entry already. Raises the null-argument exception.
+  // Makes the nested machine of the entry's key, or binds the one that is there to this entry;
+  // either carries the request out, unless it is bound to this very entry already. Raises the
+  // null-argument exception.
   void resetSmIs(Vunda::Ptr<ResetEntry const> const& entry);
-  // Removes the nested machine of a key, and the status record; returns the entry it was bound to, or null.
+  // Removes the nested machine of a key, and the status record; returns the entry it was bound to,
+  // or null.
   Vunda::Ptr<ResetEntry const> resetSmDel(ResetKey const& key);
   // Removes each nested machine that is there now.
   void resetSmDelAll();
@@ -61,7 +66,8 @@ class ORU_EXPORT ResetRequestSm : public Kesh::StateMachine<ResetRequestSm> {
  private:
   friend class Kesh::StateMachine<ResetRequestSm>;
 
-  ResetRequestSm(Vunda::String const& name, Vunda::Ptr<ResetRequestDir const> const& resetRequestDir,
+  ResetRequestSm(Vunda::String const& name,
+                 Vunda::Ptr<ResetRequestDir const> const& resetRequestDir,
                  Vunda::Ptr<ResetStatusDir> const& resetStatusDir, CentralSm* centralSm);
   void takeUpPresentRequests();
   void handleResetRequest(ResetKey const& key);
@@ -82,8 +88,9 @@ class ORU_EXPORT ResetRequestSm : public Kesh::StateMachine<ResetRequestSm> {
 //   tells     the root's helper   featureAgentResetRequested
 //   calls     CentralChipSm::doReset(true) for each chip that the request concerns and that was configured before it
 //
-// A request is carried out when the machine is made, when it is bound to another entry, and when the entry's genTime
-// changes. It is recorded whatever came of it, unless it was withdrawn meanwhile; a genTime of 0 asks for nothing.
+// A request is carried out when the machine is made, when it is bound to another entry, and when
+// the entry's genTime changes. It is recorded whatever came of it, unless it was withdrawn
+// meanwhile; a genTime of 0 asks for nothing.
 class ORU_EXPORT ResetRequestSm::NestedSm_ResetSm
     : public Kesh::Typed<ResetRequestSm::NestedSm_ResetSm, Kesh::NotifieeConst> {
  public:

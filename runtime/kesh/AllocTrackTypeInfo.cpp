@@ -38,7 +38,8 @@ void* AllocTrackTypeInfo::allocate(AllocTrackTypeInfo& type, std::size_t size) {
   return memory;
 }
 
-void AllocTrackTypeInfo::release(AllocTrackTypeInfo& type, void* memory, std::size_t size) noexcept {
+void AllocTrackTypeInfo::release(AllocTrackTypeInfo& type, void* memory,
+                                 std::size_t size) noexcept {
   trackDeallocation(type, size, 1);
   ::operator delete(memory, size);
 }
@@ -49,7 +50,8 @@ AllocTrackTypeInfo const* AllocTrackTypeInfo::first() noexcept {
 
 std::size_t AllocTrackTypeInfo::totalLiveCount() noexcept {
   std::size_t total = 0;
-  for (AllocTrackTypeInfo const* type = first(); type; type = type->next()) total += type->liveCount();
+  for (AllocTrackTypeInfo const* type = first(); type; type = type->next())
+    total += type->liveCount();
   return total;
 }
 

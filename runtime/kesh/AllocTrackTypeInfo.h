@@ -9,16 +9,19 @@
 
 namespace Kesh {
 
-// Per-type allocation tracker, and with that what the runtime knows of a type. One per class, for as long as the
-// process lives; it appears in the list of all trackers with its first allocation.
+// Per-type allocation tracker, and with that what the runtime knows of a type. One per class, for
+// as long as the process lives; it appears in the list of all trackers with its first allocation.
 class ORU_EXPORT AllocTrackTypeInfo : public Vunda::TypeData {
  public:
-  constexpr explicit AllocTrackTypeInfo(char const* typeName) noexcept : Vunda::TypeData{typeName} {}
+  constexpr explicit AllocTrackTypeInfo(char const* typeName) noexcept
+      : Vunda::TypeData{typeName} {}
   AllocTrackTypeInfo(AllocTrackTypeInfo const&) = delete;
   AllocTrackTypeInfo& operator=(AllocTrackTypeInfo const&) = delete;
 
-  static void _trackAllocation(AllocTrackTypeInfo& type, std::size_t size, std::size_t count) noexcept;
-  static void trackDeallocation(AllocTrackTypeInfo& type, std::size_t size, std::size_t count) noexcept;
+  static void _trackAllocation(AllocTrackTypeInfo& type, std::size_t size,
+                               std::size_t count) noexcept;
+  static void trackDeallocation(AllocTrackTypeInfo& type, std::size_t size,
+                                std::size_t count) noexcept;
 
   // Tracked allocation of one object of that size, and its release.
   static void* allocate(AllocTrackTypeInfo& type, std::size_t size);
@@ -43,8 +46,9 @@ class ORU_EXPORT AllocTrackTypeInfo : public Vunda::TypeData {
   AllocTrackTypeInfo* next_ = nullptr;
 };
 
-// Gives a node class its type data and tracked allocation: `class X : public Kesh::Typed<X, Vunda::Node>` with
-// `static constexpr char const* typeName = "Ns::X"`. A constructor that throws leaves nothing tracked.
+// Gives a node class its type data and tracked allocation: `class X : public Kesh::Typed<X,
+// Vunda::Node>` with `static constexpr char const* typeName = "Ns::X"`. A constructor that throws
+// leaves nothing tracked.
 template <class T, class Base>
 class ORU_EXPORT Typed : public Base {
  public:

@@ -7,15 +7,17 @@
 
 namespace Kesh {
 
-// The child machines that a state machine owns, by key. The parent's instantiating mutator, in four steps:
+// The child machines that a state machine owns, by key. The parent's instantiating mutator, in four
+// steps:
 //
 //   if (auto existing = chipSm_.child(name)) { sameArgument(...) ...; return existing; }
 //   if (chipSm_.underConstruction(name)) { skip: a callback of that very child's construction asks for it }
 //   auto [child, disturbed] = chipSm_.newChild(name, [&] { return CentralChipSm::CentralChipSmIs(...); });
 //   if (disturbed) { reconcile with what is wanted now }
 //
-// A key is under construction until its child stands in the collection. Whoever asks for it meanwhile, to have it or to
-// remove it, gets nothing, and the construction is reported as disturbed.
+// A key is under construction until its child stands in the collection. Whoever asks for it
+// meanwhile, to have it or to remove it, gets nothing, and the construction is reported as
+// disturbed.
 template <class Tag, class Key, class Child>
 class ChildCollection {
  public:
@@ -30,7 +32,8 @@ class ChildCollection {
   std::uint32_t size() const noexcept { return children_.size(); }
   typename Map::Iterator iterator() const noexcept { return children_.iterator(); }
 
-  // Calls action(child) for each child that is still there when its turn comes, keeping it alive for the call.
+  // Calls action(child) for each child that is still there when its turn comes, keeping it alive
+  // for the call.
   template <class Action>
   void forEach(Action&& action) const {
     for (auto it = children_.iterator(); it; ++it) {
@@ -38,7 +41,8 @@ class ChildCollection {
     }
   }
 
-  // Whether a child of that key is being constructed; if so, that construction counts as disturbed from now on.
+  // Whether a child of that key is being constructed; if so, that construction counts as disturbed
+  // from now on.
   bool underConstruction(Key const& key) noexcept {
     for (Construction* at = newest_; at; at = at->outer) {
       if (at->key == key) return at->disturbed = true;
@@ -46,7 +50,8 @@ class ChildCollection {
     return false;
   }
 
-  // Constructs a child that is absent and inserts it under a copy of the key. A construction that throws leaves nothing.
+  // Constructs a child that is absent and inserts it under a copy of the key. A construction that
+  // throws leaves nothing.
   template <class Make>
   Created newChild(Key const& key, Make&& make) {
     Construction construction(*this, key);
@@ -64,8 +69,8 @@ class ChildCollection {
   // Removes all, one after the other.
   void childDelAll() noexcept { children_.memberDelAll(); }
 
-  // The parent is being destroyed: removes all. A child that somebody else still holds would outlive its parent, which
-  // the back pointers forbid.
+  // The parent is being destroyed: removes all. A child that somebody else still holds would
+  // outlive its parent, which the back pointers forbid.
   void parentGone() noexcept {
     for (auto it = children_.iterator(); it; ++it) {
       Vunda::Ptr<Child> child;
@@ -94,8 +99,9 @@ class ChildCollection {
   Construction* newest_ = nullptr;
 };
 
-// A member exists: the construction argument given now must be the one that it was built with, nodes by identity, texts
-// by content. Raises the re-instantiation exception that names type and attribute otherwise.
+// A member exists: the construction argument given now must be the one that it was built with,
+// nodes by identity, texts by content. Raises the re-instantiation exception that names type and
+// attribute otherwise.
 inline void sameArgument(char const* type, char const* attribute, Vunda::Node const* existing,
                          Vunda::Node const* given) {
   if (existing != given) Impl::throwMutatorReinstantiating(type, attribute, existing, given);

@@ -7,9 +7,10 @@ namespace Kesh {
 
 struct HN_EntityPtr;
 
-// A directory: an entity that holds named entities and announces, with field `entityPtrField` and a pointer to the name,
-// every insertion, deletion and replacement of a member. Lookups hand out counted pointers. All operations may be called
-// from within a notification, and while the directory is iterated.
+// A directory: an entity that holds named entities and announces, with field `entityPtrField` and a
+// pointer to the name, every insertion, deletion and replacement of a member. Lookups hand out
+// counted pointers. All operations may be called from within a notification, and while the
+// directory is iterated.
 class ORU_EXPORT Dir : public Typed<Dir, Entity> {
  public:
   static constexpr char const* typeName = "Kesh::Dir";
@@ -19,21 +20,26 @@ class ORU_EXPORT Dir : public Typed<Dir, Entity> {
 
   // The entity of that name, or null.
   Vunda::Ptr<Entity> entityPtr(Vunda::String const& name) { return entityPtr_.value(name); }
-  Vunda::Ptr<Entity const> entityPtr(Vunda::String const& name) const { return entityPtr_.value(name); }
+  Vunda::Ptr<Entity const> entityPtr(Vunda::String const& name) const {
+    return entityPtr_.value(name);
+  }
   bool entityPtrHas(Vunda::String const& name) const { return entityPtr_.has(name); }
   std::uint32_t entityPtrCount() const { return entityPtr_.size(); }
 
-  // The entity of that name, whatever its type; created with the type of that name and announced when there is none.
-  // Raises UnknownTypeException when it would have to be created and the type is not registered.
+  // The entity of that name, whatever its type; created with the type of that name and announced
+  // when there is none. Raises UnknownTypeException when it would have to be created and the type
+  // is not registered.
   Vunda::Ptr<Entity> createEntity(char const* type, Vunda::String const& name);
-  // Inserts an existing entity under its name, in place of one that stands there, and announces it. Inserting the very
-  // object that is there announces it again ("look at it once more"). Raises MutatorArgNullPointerException on null.
+  // Inserts an existing entity under its name, in place of one that stands there, and announces it.
+  // Inserting the very object that is there announces it again ("look at it once more"). Raises
+  // MutatorArgNullPointerException on null.
   void entityIs(Vunda::Ptr<Entity> const& entity);
-  // Removes the entity of that name and returns it; null, and nothing announced, when there is none.
+  // Removes the entity of that name and returns it; null, and nothing announced, when there is
+  // none.
   Vunda::Ptr<Entity> deleteEntity(Vunda::String const& name);
 
-  // Iteration over (name, entity), in order of insertion. The name may be read after the removal of the member; the
-  // entity then reads as null.
+  // Iteration over (name, entity), in order of insertion. The name may be read after the removal of
+  // the member; the entity then reads as null.
   template <class E>
   class EntityIterator {
    public:
@@ -51,9 +57,12 @@ class ORU_EXPORT Dir : public Typed<Dir, Entity> {
     HashMap2018<HN_EntityPtr, Vunda::String, Vunda::Ptr<Entity>>::Iterator at_;
   };
   EntityIterator<Entity> entityPtrIterator() { return EntityIterator<Entity>(*this); }
-  EntityIterator<Entity const> entityPtrIteratorConst() const { return EntityIterator<Entity const>(*this); }
+  EntityIterator<Entity const> entityPtrIteratorConst() const {
+    return EntityIterator<Entity const>(*this);
+  }
 
-  // Directories that go while another one is being destroyed wait for their turn, so that a deep tree costs no stack.
+  // Directories that go while another one is being destroyed wait for their turn, so that a deep
+  // tree costs no stack.
   void lastUserGone() override;
 
  private:

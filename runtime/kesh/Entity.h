@@ -16,13 +16,13 @@ class ORU_EXPORT Entity : public Vunda::Node {
 
   Vunda::String const& name() const noexcept { return name_; }
   Vunda::Publisher* publisher() const override;
-  // The entity was put into `parent`, or, when null, taken out of the directory it was in. Called before the directory
-  // announces the change. The default does nothing.
+  // The entity was put into `parent`, or, when null, taken out of the directory it was in. Called
+  // before the directory announces the change. The default does nothing.
   virtual void handleParent(Vunda::Ptr<Entity> const& parent);
 
  protected:
-  // Mutators of attributes: compare, assign, announce, in one line each. A value equal to the one held (by ==) is
-  // neither written nor announced; a NaN therefore always is.
+  // Mutators of attributes: compare, assign, announce, in one line each. A value equal to the one
+  // held (by ==) is neither written nor announced; a NaN therefore always is.
   template <class T>
   void attributeIs(Vunda::FieldId field, T& attribute, T const& value) {
     if (attribute == value) return;
@@ -30,7 +30,8 @@ class ORU_EXPORT Entity : public Vunda::Node {
     publisher_.publishChange(field, nullptr, &attribute);
   }
 
-  // Mutators of keyed members. The first insertion of a key and every removal is announced, whatever the value.
+  // Mutators of keyed members. The first insertion of a key and every removal is announced,
+  // whatever the value.
   template <class Map, class Key, class Value>
   void memberIs(Vunda::FieldId field, Map& map, Key const& key, Value const& value) {
     if (map.memberIs(key, value)) publisher_.publishChange(field, &key, &value);

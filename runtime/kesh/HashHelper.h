@@ -24,8 +24,8 @@ struct KeyAndRhashLegacy {
   std::uint32_t hash;
 };
 
-// How a key type hashes: a class with a hash() of its own uses that, a small number is its own hash (the collection
-// spreads it).
+// How a key type hashes: a class with a hash() of its own uses that, a small number is its own hash
+// (the collection spreads it).
 template <class Key>
 std::uint32_t hashOf(Key const& key) noexcept {
   if constexpr (std::is_integral_v<Key> || std::is_enum_v<Key>) {

@@ -11,12 +11,14 @@
 
 namespace Kesh {
 
-// Keyed collection: the typed face of HashMap2018Generic, which states the promises (order of insertion, iterators that
-// survive everything). `Tag` only tells instantiations apart. `Key` has == and hash() (small numbers are their own hash);
-// `Key` and `Value` move without throwing. A copy holds the members in the same order.
+// Keyed collection: the typed face of HashMap2018Generic, which states the promises (order of
+// insertion, iterators that survive everything). `Tag` only tells instantiations apart. `Key` has
+// == and hash() (small numbers are their own hash); `Key` and `Value` move without throwing. A copy
+// holds the members in the same order.
 template <class Tag, class Key, class Value>
 class HashMap2018 {
-  static_assert(std::is_nothrow_move_constructible_v<Key> && std::is_nothrow_move_constructible_v<Value>);
+  static_assert(std::is_nothrow_move_constructible_v<Key> &&
+                std::is_nothrow_move_constructible_v<Value>);
 
  public:
   class Member {
@@ -44,7 +46,9 @@ class HashMap2018 {
       return *this;
     }
     // The key, readable even after the member was removed.
-    Key const& key() const noexcept { return static_cast<Member*>(core_.currNodeMaybeStale())->key_; }
+    Key const& key() const noexcept {
+      return static_cast<Member*>(core_.currNodeMaybeStale())->key_;
+    }
     // The member; null when it was removed since the iterator reached it.
     Member const* currNodeNonStale() const noexcept {
       return static_cast<Member const*>(core_.currNodeNonStale());
@@ -90,7 +94,8 @@ class HashMap2018 {
     new (&member->key_) Key(std::move(key));
     new (&member->value_) Value(std::move(given));
   }
-  // Inserts or overwrites. False when the key held an equal value already: nothing was written then.
+  // Inserts or overwrites. False when the key held an equal value already: nothing was written
+  // then.
   bool memberIs(Key const& key, Value given) {
     Value* const present = const_cast<Value*>(lookup(key));
     if (!present) {
@@ -101,8 +106,8 @@ class HashMap2018 {
     std::swap(*present, given);
     return true;
   }
-  // Removes a member and hands its value to `out`; false when there is none. The collection is whole again before
-  // whatever `out` held before is released.
+  // Removes a member and hands its value to `out`; false when there is none. The collection is
+  // whole again before whatever `out` held before is released.
   bool deleteMember(Key const& key, Value& out) noexcept {
     Value removed{};
     auto const wanted = HashHelper::lookupKey(key);
@@ -114,8 +119,8 @@ class HashMap2018 {
     Value removed{};
     return deleteMember(key, removed);
   }
-  // Detaches one member, releases it, and goes on until none is left: what a member's release sets off may look at the
-  // collection. Then returns the storage, unless somebody iterates.
+  // Detaches one member, releases it, and goes on until none is left: what a member's release sets
+  // off may look at the collection. Then returns the storage, unless somebody iterates.
   void memberDelAll() noexcept {
     for (HashMap2018Generic::Iterator it(core_); !it.atEnd(); it.advance()) {
       Value removed{};
@@ -166,8 +171,13 @@ class HashMap2018 {
   static constexpr HashMap2018Generic::Operations operations{
       sizeof(Member),
       offsetof(Member, key_),
-      std::is_trivially_copyable_v<Key> && std::is_trivially_copyable_v<Value>,
-      &compare, &copy, &shift, &releaseKey, &releaseValue, &takeValue};
+      std::is_trivially_copyable_v<Key>&& std::is_trivially_copyable_v<Value>,
+      &compare,
+      &copy,
+      &shift,
+      &releaseKey,
+      &releaseValue,
+      &takeValue};
 
   HashMap2018Generic core_;
 };

@@ -10,7 +10,8 @@
 
 namespace Kesh {
 
-HashMap2018Generic::HashMap2018Generic(HashMap2018Generic const& other) : operations_(other.operations_) {
+HashMap2018Generic::HashMap2018Generic(HashMap2018Generic const& other)
+    : operations_(other.operations_) {
   if (other.live_ == 0) return;
   allocate(other.capacity_);
   if (operations_->trivial && other.size_ == other.live_) {
@@ -78,12 +79,14 @@ void HashMap2018Generic::emptyAllBuckets() noexcept {
   capacity_ = size_ = 0;
 }
 
-std::uint32_t const* HashMap2018Generic::findSlot(void const* key, std::uint32_t hash) const noexcept {
+std::uint32_t const* HashMap2018Generic::findSlot(void const* key,
+                                                  std::uint32_t hash) const noexcept {
   if (live_ == 0) return nullptr;
   std::uint32_t const wanted = hash | liveBit;
   for (std::uint32_t slot = home(wanted); index_[slot] != 0; slot = (slot + 1) & indexMask()) {
     void* const candidate = entry(index_[slot] - 1);
-    if (tag(candidate) == wanted && operations_->compare(keyIn(candidate), key)) return index_ + slot;
+    if (tag(candidate) == wanted && operations_->compare(keyIn(candidate), key))
+      return index_ + slot;
   }
   return nullptr;
 }
@@ -145,7 +148,8 @@ void HashMap2018Generic::freeSlot(std::uint32_t slot) noexcept {
   index_[hole] = 0;
 }
 
-// After a removal, while nobody iterates: drops dead entries at the end, and all once they outnumber the living.
+// After a removal, while nobody iterates: drops dead entries at the end, and all once they
+// outnumber the living.
 void HashMap2018Generic::tidy() noexcept {
   while (size_ > 0 && !isLive(entry(size_ - 1))) --size_;
   if (size_ - live_ > live_ + firstCapacity) compact();
@@ -179,10 +183,12 @@ void HashMap2018Generic::makeRoom() {
 
 void HashMap2018Generic::reserve(std::uint32_t members) {
   std::uint32_t const needed = size_ - live_ + members;
-  if (needed > capacity_) moveToBlock(std::bit_ceil(needed < firstCapacity ? firstCapacity : needed), iterators_ == 0);
+  if (needed > capacity_)
+    moveToBlock(std::bit_ceil(needed < firstCapacity ? firstCapacity : needed), iterators_ == 0);
 }
 
-// Goes over to a bigger block. Without `squeeze` every entry keeps its position, dead ones and kept keys included.
+// Goes over to a bigger block. Without `squeeze` every entry keeps its position, dead ones and kept
+// keys included.
 void HashMap2018Generic::moveToBlock(std::uint32_t capacity, bool squeeze) {
   char* const oldBlock = block_;
   std::uint32_t const oldSize = size_;
@@ -204,11 +210,13 @@ void HashMap2018Generic::moveToBlock(std::uint32_t capacity, bool squeeze) {
 
 void HashMap2018Generic::allocate(std::uint32_t capacity) {
   if (capacity > greatestCapacity) {
-    Vunda::RangeException::throwException("Kesh::HashMap2018 of more than 536870912 entries not allowed");
+    Vunda::RangeException::throwException(
+        "Kesh::HashMap2018 of more than 536870912 entries not allowed");
   }
   char* const memory = static_cast<char*>(::operator new(blockBytes(capacity)));
   block_ = memory;
-  index_ = reinterpret_cast<std::uint32_t*>(memory + std::size_t{capacity} * operations_->entrySize);
+  index_ =
+      reinterpret_cast<std::uint32_t*>(memory + std::size_t{capacity} * operations_->entrySize);
   capacity_ = capacity;
   indexShift_ = 32U - static_cast<std::uint32_t>(std::countr_zero(capacity * 2));
   std::memset(index_, 0, indexBytes(capacity));
@@ -227,7 +235,8 @@ void HashMap2018Generic::indexEntry(std::uint32_t position, std::uint32_t tag) n
   index_[slot] = position + 1;
 }
 
-// The last iterator went: releases the keys that were kept for it, then tidies up what its removals left.
+// The last iterator went: releases the keys that were kept for it, then tidies up what its removals
+// left.
 void HashMap2018Generic::dropStale() const noexcept {
   auto* const self = const_cast<HashMap2018Generic*>(this);
   while (stale_ != 0) {

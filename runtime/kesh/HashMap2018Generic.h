@@ -22,34 +22,40 @@ namespace Kesh {
 //   7. A pointer to a member is good until the next insertion or removal; what must last longer is copied.
 //   8. A collection outlives its iterators (asserted).
 //
-// HOW. One block holds the entries in the order of their insertion, and an index over them (open addressing, linear
-// probing, at most half full). An index slot holds an entry's position plus one, zero when free:
+// HOW. One block holds the entries in the order of their insertion, and an index over them (open
+// addressing, linear probing, at most half full). An index slot holds an entry's position plus one,
+// zero when free:
 //
 //      entries   0:[tag A..] 1:[tag B..] 2:[ dead ] 3:[tag D..] | room            size 4, live 3
 //      index     [ 0 | 2 | 0 | 0 | 4 | 1 | 0 | 0 ]
 //
-// A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead. An iterator is a position. Removing an
-// entry frees its index slot (shifting back what probed past it) and leaves a dead entry. Dead entries are squeezed out
-// (`compact`) once they outnumber the living, and instead of growing when a quarter of the room is dead; but never while
-// an iterator lives, since that would move what positions mean: growth then keeps the positions. As long as an iterator
-// lives, the keys of removed entries are kept too, chained through their tags (the second bit marks such a tag); the last
-// iterator releases them.
+// A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
+// An iterator is a position. Removing an entry frees its index slot (shifting back what probed past
+// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once they outnumber the
+// living, and instead of growing when a quarter of the room is dead; but never while an iterator
+// lives, since that would move what positions mean: growth then keeps the positions. As long as an
+// iterator lives, the keys of removed entries are kept too, chained through their tags (the second
+// bit marks such a tag); the last iterator releases them.
 //
-// COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and removal: constant, amortised.
-// Iteration: one test per entry. Memory: the entry, rounded up, plus 8 bytes of index, over a fill of a half to one.
+// COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
+// removal: constant, amortised. Iteration: one test per entry. Memory: the entry, rounded up, plus
+// 8 bytes of index, over a fill of a half to one.
 class ORU_EXPORT HashMap2018Generic {
  public:
   // What the core must know of an instantiation. An entry begins with its 32-bit tag.
   struct Operations {
     std::uint32_t entrySize;
     std::uint32_t keyOffset;
-    bool trivial;  // entries may be copied, moved and dropped as bytes; the four functions below are not called then
+    bool
+        trivial;  // entries may be copied, moved and dropped as bytes; the four functions below are not called then
     bool (*compare)(void const* keyInEntry, void const* key) noexcept;
     void (*copy)(void* to, void const* from);
-    void (*shift)(void* to, void* from) noexcept;      // moves key and value to a free entry, leaves `from` free
+    void (*shift)(void* to,
+                  void* from) noexcept;  // moves key and value to a free entry, leaves `from` free
     void (*releaseKey)(void* entry) noexcept;
     void (*releaseValue)(void* entry) noexcept;
-    void (*takeValue)(void* entry, void* out) noexcept;  // moves the value to *out, leaves only the key
+    void (*takeValue)(void* entry,
+                      void* out) noexcept;  // moves the value to *out, leaves only the key
   };
 
   explicit HashMap2018Generic(Operations const& operations) noexcept : operations_(&operations) {}
@@ -63,7 +69,8 @@ class ORU_EXPORT HashMap2018Generic {
 
   // The entry of a key, or null.
   void* lookupNodeG(void const* key, std::uint32_t hash) const noexcept;
-  // A free entry for a key that is absent, with its tag set: the caller constructs key and value in it, without failing.
+  // A free entry for a key that is absent, with its tag set: the caller constructs key and value in
+  // it, without failing.
   void* newMemberG(std::uint32_t hash);
   // Removes a member and moves its value over *out, a default value; false when there is none.
   bool deleteMemberG(void const* key, std::uint32_t hash, void* out) noexcept;
@@ -103,7 +110,8 @@ class ORU_EXPORT HashMap2018Generic {
       void* const entry = currNodeMaybeStale();
       return entry && isLive(entry) ? entry : nullptr;
     }
-    // The entry that the iterator stands on, even when it was removed since: then only its key may be read.
+    // The entry that the iterator stands on, even when it was removed since: then only its key may
+    // be read.
     void* currNodeMaybeStale() const noexcept { return atEnd() ? nullptr : map_->entry(position_); }
 
    private:
@@ -148,7 +156,9 @@ class ORU_EXPORT HashMap2018Generic {
     return std::size_t{capacity} * operations_->entrySize + indexBytes(capacity);
   }
   std::uint32_t indexMask() const noexcept { return capacity_ * 2 - 1; }
-  std::uint32_t home(std::uint32_t tag) const noexcept { return (tag * 0x9e3779b9U) >> indexShift_; }
+  std::uint32_t home(std::uint32_t tag) const noexcept {
+    return (tag * 0x9e3779b9U) >> indexShift_;
+  }
 
   std::uint32_t const* findSlot(void const* key, std::uint32_t hash) const noexcept;
   void removeAt(std::uint32_t slot, void* out) noexcept;
@@ -173,7 +183,8 @@ class ORU_EXPORT HashMap2018Generic {
   std::uint32_t size_ = 0;  // entries in use, dead ones included
   std::uint32_t live_ = 0;
   mutable std::uint32_t iterators_ = 0;
-  mutable std::uint32_t stale_ = 0;  // position plus one of the newest removed entry whose key is kept, 0 for none
+  mutable std::uint32_t stale_ =
+      0;  // position plus one of the newest removed entry whose key is kept, 0 for none
 };
 
 }  // namespace Kesh

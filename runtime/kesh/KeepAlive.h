@@ -9,11 +9,14 @@
 namespace Kesh {
 
 template <class Machine>
-concept HasParent = requires(Machine& machine) { machine.parentSm(); };
+concept HasParent = requires(Machine& machine) {
+  machine.parentSm();
+};
 
-// Keeps a state machine and its parents alive while one of its handlers runs; the child is released before its parent.
-// A machine names its parent by `parentSm()`, a plain pointer that may be null; the root has none. A machine that is
-// already being destroyed is left alone: nothing is counted once the count is zero.
+// Keeps a state machine and its parents alive while one of its handlers runs; the child is released
+// before its parent. A machine names its parent by `parentSm()`, a plain pointer that may be null;
+// the root has none. A machine that is already being destroyed is left alone: nothing is counted
+// once the count is zero.
 template <class Machine>
 class KeepAlive {
  public:

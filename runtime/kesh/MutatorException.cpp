@@ -18,15 +18,16 @@ std::string described(Vunda::Node const* node) {
   if (!node) return "null";
   std::ostringstream text;
   text << node->typeData()->name;
-  if (auto const* const entity = dynamic_cast<Entity const*>(node)) text << " \"" << entity->name() << '"';
+  if (auto const* const entity = dynamic_cast<Entity const*>(node))
+    text << " \"" << entity->name() << '"';
   text << " at " << static_cast<void const*>(node);
   return text.str();
 }
 
-[[noreturn]] void throwReinstantiating(char const* type, char const* attribute, std::string const& existing,
-                                       std::string const& given) {
-  throw MutatorReinstantiatingException(std::string(type) + ": re-instantiated with another " + attribute +
-                                        ": existing " + existing + ", given " + given);
+[[noreturn]] void throwReinstantiating(char const* type, char const* attribute,
+                                       std::string const& existing, std::string const& given) {
+  throw MutatorReinstantiatingException(std::string(type) + ": re-instantiated with another " +
+                                        attribute + ": existing " + existing + ", given " + given);
 }
 
 std::string quoted(Vunda::String const& text) { return '"' + std::string(text.view()) + '"'; }
@@ -37,18 +38,19 @@ void throwMutatorArgNullPointerException(char const* type, char const* attribute
   throw MutatorArgNullPointerException(std::string(type) + ": " + attribute + " must not be null");
 }
 
-void throwMutatorReinstantiating(char const* type, char const* attribute, Vunda::String const& existing,
-                                 Vunda::String const& given) {
+void throwMutatorReinstantiating(char const* type, char const* attribute,
+                                 Vunda::String const& existing, Vunda::String const& given) {
   throwReinstantiating(type, attribute, quoted(existing), quoted(given));
 }
 
 void throwUnknownType(char const* typeName, Vunda::String const& entityName) {
-  throw UnknownTypeException("Kesh::Dir: no type is registered under the name \"" + std::string(typeName) +
-                             "\" (asked for entity " + quoted(entityName) + ")");
+  throw UnknownTypeException("Kesh::Dir: no type is registered under the name \"" +
+                             std::string(typeName) + "\" (asked for entity " + quoted(entityName) +
+                             ")");
 }
 
-void Impl::throwMutatorReinstantiating(char const* type, char const* attribute, Vunda::Node const* existing,
-                                       Vunda::Node const* given) {
+void Impl::throwMutatorReinstantiating(char const* type, char const* attribute,
+                                       Vunda::Node const* existing, Vunda::Node const* given) {
   throwReinstantiating(type, attribute, described(existing), described(given));
 }
 

@@ -8,8 +8,8 @@
 
 namespace Kesh {
 
-// What instantiating mutators and directories raise when the caller broke their rules. Every message names the type,
-// the attribute and the values; the state is as it was before the call.
+// What instantiating mutators and directories raise when the caller broke their rules. Every
+// message names the type, the attribute and the values; the state is as it was before the call.
 class ORU_EXPORT MutatorException : public std::logic_error {
  public:
   using std::logic_error::logic_error;
@@ -23,7 +23,8 @@ class ORU_EXPORT MutatorArgNullPointerException : public MutatorException {
   ~MutatorArgNullPointerException() override;
 };
 
-// A member with that key exists, and was built with another value of the named construction argument.
+// A member with that key exists, and was built with another value of the named construction
+// argument.
 class ORU_EXPORT MutatorReinstantiatingException : public MutatorException {
  public:
   using MutatorException::MutatorException;
@@ -38,11 +39,13 @@ class ORU_EXPORT UnknownTypeException : public MutatorException {
 };
 
 // `type` is the class that has the mutator, `attribute` the attribute or argument that is wrong.
-[[noreturn]] ORU_EXPORT void throwMutatorArgNullPointerException(char const* type, char const* attribute);
+[[noreturn]] ORU_EXPORT void throwMutatorArgNullPointerException(char const* type,
+                                                                 char const* attribute);
 [[noreturn]] ORU_EXPORT void throwMutatorReinstantiating(char const* type, char const* attribute,
                                                          Vunda::String const& existing,
                                                          Vunda::String const& given);
-[[noreturn]] ORU_EXPORT void throwUnknownType(char const* typeName, Vunda::String const& entityName);
+[[noreturn]] ORU_EXPORT void throwUnknownType(char const* typeName,
+                                              Vunda::String const& entityName);
 
 namespace Impl {
 

@@ -34,8 +34,8 @@ void NotifieeConst::hasNotificationActiveIs(bool active) {
   nodeFlagSet(zombieReactorsFlag, zombie);
 }
 
-void NotifieeConst::attributeDispatch(Vunda::Publisher*, Vunda::Subscriber* slot, Vunda::FieldId field,
-                                      void const* key, void const*) noexcept {
+void NotifieeConst::attributeDispatch(Vunda::Publisher*, Vunda::Subscriber* slot,
+                                      Vunda::FieldId field, void const* key, void const*) noexcept {
   NotifieeConst& self = *static_cast<Slot*>(slot)->notifiee;
   if (self.useCount() == 0) return;
   Vunda::Ptr<NotifieeConst> const keepAlive(&self);

@@ -6,8 +6,8 @@
 
 namespace Kesh {
 
-// Base of a reactor that observes exactly one node, its notifier, and keeps it alive. A derived class overrides
-// `onAttribute`. Without a notifier everything is legal and nothing happens.
+// Base of a reactor that observes exactly one node, its notifier, and keeps it alive. A derived
+// class overrides `onAttribute`. Without a notifier everything is legal and nothing happens.
 class ORU_EXPORT NotifieeConst : public Vunda::Node {
  public:
   NotifieeConst() = default;
@@ -24,10 +24,11 @@ class ORU_EXPORT NotifieeConst : public Vunda::Node {
   virtual void keshDoZombieReactors(bool zombie);
 
   Vunda::Node const* notifier() const noexcept { return notifier_.ptr(); }
-  // Observes another node, or none. A registration with the old one ends; registering with the new one is the caller's.
+  // Observes another node, or none. A registration with the old one ends; registering with the new
+  // one is the caller's.
   void notifierIs(Vunda::Node const* notifier);
-  // Switches notifications: sets the notification-active flag and registers or unregisters, with the zombie flag set
-  // meanwhile. Nothing when the flag has that value.
+  // Switches notifications: sets the notification-active flag and registers or unregisters, with
+  // the zombie flag set meanwhile. Nothing when the flag has that value.
   void hasNotificationActiveIs(bool active);
 
   bool isRegisteredNotifiee() const noexcept { return subscriber_.subscribed(); }

@@ -11,8 +11,9 @@
 
 namespace Kesh {
 
-// One node that a state machine watches: the counted pointer, and directly after it the subscription slot. The node may
-// be null, then nothing is ever subscribed. The owner is the machine that has this member.
+// One node that a state machine watches: the counted pointer, and directly after it the
+// subscription slot. The node may be null, then nothing is ever subscribed. The owner is the
+// machine that has this member.
 template <class Machine, class T>
 class Watched {
  public:
@@ -45,31 +46,35 @@ class Watched {
   Vunda::Subscriber::Callback callback_;
 };
 
-// The protocol that all state machines share, written once. A machine `class X : public Kesh::StateMachine<X>` declares
-// what it watches and what it owns, in order:
+// The protocol that all state machines share, written once. A machine `class X : public
+// Kesh::StateMachine<X>` declares what it watches and what it owns, in order:
 //
 //   auto watched() { return std::tie(hwConfig_, statusDir_); }     // Watched<X, ...> members
 //   auto children() { return std::tie(featureCollSm_, chipSm_); }  // Ptr<Sm> and ChildCollection members
 //
-// Creation: X's constructor stores its attributes and ends with `subscribeAndRun`; X's creator calls `created`.
-// Destruction: X's destructor begins with `deactivate`; its members then go in reverse order of declaration.
+// Creation: X's constructor stores its attributes and ends with `subscribeAndRun`; X's creator
+// calls `created`. Destruction: X's destructor begins with `deactivate`; its members then go in
+// reverse order of declaration.
 template <class Machine>
 class StateMachine : public Typed<Machine, Vunda::Node> {
  public:
   using Vunda::Node::nodeFlag;
   using Vunda::Node::nodeFlagSet;
 
-  bool hasNotificationActive() const noexcept { return nodeFlag(Vunda::Node::notificationActiveFlag); }
+  bool hasNotificationActive() const noexcept {
+    return nodeFlag(Vunda::Node::notificationActiveFlag);
+  }
   bool zombieReactors() const noexcept { return nodeFlag(Vunda::Node::zombieReactorsFlag); }
 
-  // Switches notifications of this machine and of every machine that it owns; the subscription callbacks of this machine
-  // are off meanwhile. Nothing when the flag has that value already.
+  // Switches notifications of this machine and of every machine that it owns; the subscription
+  // callbacks of this machine are off meanwhile. Nothing when the flag has that value already.
   void hasNotificationActiveIs(bool active) {
     if (active == hasNotificationActive()) return;
     nodeFlagSet(Vunda::Node::notificationActiveFlag, active);
     bool const zombie = zombieReactors();
     nodeFlagSet(Vunda::Node::zombieReactorsFlag, true);
-    forEach(self().watched(), [active](auto& watched) { active ? watched.subscribe() : watched.unsubscribe(); });
+    forEach(self().watched(),
+            [active](auto& watched) { active ? watched.subscribe() : watched.unsubscribe(); });
     forEach(self().children(), [active](auto& child) { notificationActiveIs(child, active); });
     nodeFlagSet(Vunda::Node::zombieReactorsFlag, zombie);
   }
@@ -80,8 +85,8 @@ class StateMachine : public Typed<Machine, Vunda::Node> {
   }
 
  protected:
-  // The end of the constructor: subscribes to everything that is watched, in order, then runs the initial handler. If
-  // that throws, the subscriptions are removed again, last first.
+  // The end of the constructor: subscribes to everything that is watched, in order, then runs the
+  // initial handler. If that throws, the subscriptions are removed again, last first.
   template <class Handler>
   void subscribeAndRun(Handler&& handler) {
     std::apply([&handler](auto&... watched) { runGuarded(handler, watched...); }, self().watched());
@@ -93,7 +98,8 @@ class StateMachine : public Typed<Machine, Vunda::Node> {
     return machine;
   }
 
-  // The beginning of the destructor. `handleDestroyed` runs with notifications off, before the zombie flag is set.
+  // The beginning of the destructor. `handleDestroyed` runs with notifications off, before the
+  // zombie flag is set.
   template <class Handler>
   void deactivate(Handler&& handleDestroyed) noexcept {
     hasNotificationActiveIs(false);
@@ -102,8 +108,9 @@ class StateMachine : public Typed<Machine, Vunda::Node> {
     forEach(self().watched(), [](auto& watched) { watched.unsubscribe(); });
   }
 
-  // What a subscription callback does: when the field is the one that it serves, and the machine is neither a zombie nor
-  // being destroyed, runs `handler(machine)` with the machine and its parents kept alive. An exception ends the process.
+  // What a subscription callback does: when the field is the one that it serves, and the machine is
+  // neither a zombie nor being destroyed, runs `handler(machine)` with the machine and its parents
+  // kept alive. An exception ends the process.
   template <class T, class Handler>
   static void dispatch(Watched<Machine, T> Machine::*, Vunda::Subscriber* slot, bool served,
                        Handler&& handler) noexcept {
@@ -112,8 +119,8 @@ class StateMachine : public Typed<Machine, Vunda::Node> {
   }
   // The same for a callback that also serves a zombie.
   template <class T, class Handler>
-  static void dispatchToZombies(Watched<Machine, T> Machine::*, Vunda::Subscriber* slot, bool served,
-                                Handler&& handler) noexcept {
+  static void dispatchToZombies(Watched<Machine, T> Machine::*, Vunda::Subscriber* slot,
+                                bool served, Handler&& handler) noexcept {
     if (served) runKeptAlive(ownerOf<T>(slot), handler);
   }
 

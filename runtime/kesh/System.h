@@ -11,16 +11,17 @@ class ORU_EXPORT System {
   // Returns seconds since the epoch. Need not be monotonic.
   using Clock = Vunda::Duration (*)();
 
-  // Wall-clock seconds, strictly greater than every value returned before and than the floor. When the clock stands
-  // still, was set back, or gives no finite number, the next representable value above the last one is returned: a
-  // generation can never be older than one already handed out.
+  // Wall-clock seconds, strictly greater than every value returned before and than the floor. When
+  // the clock stands still, was set back, or gives no finite number, the next representable value
+  // above the last one is returned: a generation can never be older than one already handed out.
   static Vunda::Duration currentTime();
 
-  // From now on currentTime() stays above `floor`; a floor below the present one, or not finite, changes nothing. A host
-  // raises it above every generation that it finds from before its start.
+  // From now on currentTime() stays above `floor`; a floor below the present one, or not finite,
+  // changes nothing. A host raises it above every generation that it finds from before its start.
   static void currentTimeFloorIs(Vunda::Duration floor);
 
-  // Replaces the clock, null for the wall clock, and forgets the floor and the last value (for tests and simulation).
+  // Replaces the clock, null for the wall clock, and forgets the floor and the last value (for
+  // tests and simulation).
   static void clockIs(Clock clock);
 
  private:

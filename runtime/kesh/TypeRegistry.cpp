@@ -27,6 +27,8 @@ void TypeRegistry::typeIs(char const* typeName, Factory factory) {
   factories().memberIs(typeName, factory);
 }
 
-TypeRegistry::Factory TypeRegistry::factory(char const* typeName) { return factories().value(typeName); }
+TypeRegistry::Factory TypeRegistry::factory(char const* typeName) {
+  return factories().value(typeName);
+}
 
 }  // namespace Kesh

@@ -4,8 +4,9 @@
 
 namespace Kesh {
 
-// The entity types that a directory can create by name. A type is registered explicitly, by the name that callers of
-// Dir::createEntity use; registering a name again replaces its factory. `Kesh::Dir` is always registered.
+// The entity types that a directory can create by name. A type is registered explicitly, by the
+// name that callers of Dir::createEntity use; registering a name again replaces its factory.
+// `Kesh::Dir` is always registered.
 class ORU_EXPORT TypeRegistry {
  public:
   using Factory = Vunda::Ptr<Entity> (*)(Vunda::String const& entityName);

@@ -7,9 +7,9 @@
 
 namespace Vunda {
 
-// A time in seconds, held as one double. Generation times are points in time (seconds since the epoch of the clock
-// that made them); 0 means never set. Comparison is exact, without tolerance, and follows the rules of doubles: a NaN
-// is unordered and differs from itself.
+// A time in seconds, held as one double. Generation times are points in time (seconds since the
+// epoch of the clock that made them); 0 means never set. Comparison is exact, without tolerance,
+// and follows the rules of doubles: a NaN is unordered and differs from itself.
 class Duration {
  public:
   constexpr Duration() noexcept = default;

@@ -9,16 +9,18 @@ namespace Vunda {
 
 class Publisher;
 
-// What a node's class is called. The runtime keeps one of these per class for as long as the process lives.
+// What a node's class is called. The runtime keeps one of these per class for as long as the
+// process lives.
 struct TypeData {
   char const* name;
 };
 
 // Base of every object of the runtime: a virtual table and one 32-bit use word, 16 bytes in all.
 //
-// The low 29 bits of the use word count the users. A node is born with count 1, which its creator's Ptr adopts. When
-// the last user goes, `lastUserGone()` destroys the node. From then on, in the whole destructor, the count is zero and
-// no counted pointer to the node may be made: destructors work with plain references.
+// The low 29 bits of the use word count the users. A node is born with count 1, which its creator's
+// Ptr adopts. When the last user goes, `lastUserGone()` destroys the node. From then on, in the
+// whole destructor, the count is zero and no counted pointer to the node may be made: destructors
+// work with plain references.
 //
 // Two flags live in the word's high bits:
 //   notificationActive  the node's reactors are wired to their publishers
@@ -47,7 +49,9 @@ class ORU_EXPORT Node {
   std::uint32_t useCount() const noexcept { return Impl::useWordRead(use_) & useCountMask; }
   bool nodeFlag(std::uint32_t flag) const noexcept { return (Impl::useWordRead(use_) & flag) != 0; }
   // Sets or clears one flag without disturbing the count.
-  void nodeFlagSet(std::uint32_t flag, bool value) noexcept { Impl::useWordBitIs(use_, flag, value); }
+  void nodeFlagSet(std::uint32_t flag, bool value) noexcept {
+    Impl::useWordBitIs(use_, flag, value);
+  }
 
  protected:
   Node() = default;

@@ -9,9 +9,9 @@
 
 namespace Vunda {
 
-// Counted pointer to a node, one word. It owns: a copy is one more user, destruction and reassignment release. Null is
-// a value like any other. Assignment stores the new pointer before it releases the old one, so whatever the release
-// sets off sees the new value.
+// Counted pointer to a node, one word. It owns: a copy is one more user, destruction and
+// reassignment release. Null is a value like any other. Assignment stores the new pointer before it
+// releases the old one, so whatever the release sets off sees the new value.
 template <class T>
 class Ptr {
  public:
@@ -24,13 +24,11 @@ class Ptr {
   Ptr(Ptr const& other) noexcept : node_(other.node_) { retain(); }
   Ptr(Ptr&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
   template <class U>
-    requires(std::convertible_to<U*, T*> && !std::same_as<U, T>)
-  Ptr(Ptr<U> const& other) noexcept : node_(other.ptr()) {
-    retain();
-  }
+  requires(std::convertible_to<U*, T*> && !std::same_as<U, T>) Ptr(Ptr<U> const& other)
+  noexcept : node_(other.ptr()) { retain(); }
   template <class U>
-    requires(std::convertible_to<U*, T*> && !std::same_as<U, T>)
-  Ptr(Ptr<U>&& other) noexcept : node_(other.release()) {}
+  requires(std::convertible_to<U*, T*> && !std::same_as<U, T>) Ptr(Ptr<U>&& other)
+  noexcept : node_(other.release()) {}
   ~Ptr() { drop(node_); }
 
   Ptr& operator=(Ptr other) noexcept {

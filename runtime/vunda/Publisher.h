@@ -12,23 +12,27 @@ class Subscriber;
 
 // Announces the changes of one node to its subscribers.
 //
-// Delivery is synchronous, depth first, in subscription order. A mutator finishes its own write before it publishes.
+// Delivery is synchronous, depth first, in subscription order. A mutator finishes its own write
+// before it publishes.
 //
 //   - A subscriber removed during a delivery is not called any more; one added during it is not called for that change.
 //   - The publishing node stays alive until its delivery ends, even when a callback drops the last counted pointer to
 //     it. (A node that publishes from its destructor is past that: its publisher is kept by the destructor.)
 //   - Subscribers keep the node whose publisher they are registered with alive; a publisher is destroyed without any.
 //
-// How: the subscribers stand in an array, in order. Removal during a delivery leaves a hole (null), addition appends; a
-// delivery calls the slots that stood when it began; the outermost delivery closes the holes when it ends.
+// How: the subscribers stand in an array, in order. Removal during a delivery leaves a hole (null),
+// addition appends; a delivery calls the slots that stood when it began; the outermost delivery
+// closes the holes when it ends.
 //
 //      slots   [ S1 | -- | S3 | S4 ]      size 4, holes 1, delivering 1: S2 was removed, S4 came during the delivery
 //      delivery of three slots:  S1, (hole), S3        afterwards: [ S1 | S3 | S4 ]
 //
-// Costs: publishing allocates nothing; two subscribers need no allocation, more need one that doubles as it grows.
+// Costs: publishing allocates nothing; two subscribers need no allocation, more need one that
+// doubles as it grows.
 class ORU_EXPORT Publisher {
  public:
-  // `owner` is the node whose changes are announced; it outlives the publisher, which is usually its member.
+  // `owner` is the node whose changes are announced; it outlives the publisher, which is usually
+  // its member.
   explicit Publisher(Node const& owner) noexcept : owner_(&owner) {}
   Publisher(Publisher const&) = delete;
   Publisher& operator=(Publisher const&) = delete;
@@ -40,13 +44,15 @@ class ORU_EXPORT Publisher {
   void subscriberRemove(Subscriber* subscriber) noexcept;
   std::uint32_t subscriberCount() const noexcept { return size_ - holes_; }
 
-  // Announces a change of `field`: of the member `key` of a collection, or of an attribute when `key` is null. `value` is
-  // the new value, null for a removal or where the collection's reader looks it up. Both stay valid for the call only.
+  // Announces a change of `field`: of the member `key` of a collection, or of an attribute when
+  // `key` is null. `value` is the new value, null for a removal or where the collection's reader
+  // looks it up. Both stay valid for the call only.
   void publishChange(FieldId field, void const* key, void const* value) {
     if (size_ != 0) deliver(field, key, value);
   }
 
-  // Announces a change of one attribute, unless the old and the new value are equal. Returns whether it was announced.
+  // Announces a change of one attribute, unless the old and the new value are equal. Returns
+  // whether it was announced.
   template <class T, class Equal>
   bool publishChangeRecursive(FieldId field, T const& oldValue, T const& newValue, Equal&& isEq) {
     if (isEq(oldValue, newValue)) return false;

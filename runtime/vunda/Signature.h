@@ -3,17 +3,19 @@
 #include <cstddef>
 #include <initializer_list>
 
-// ORU_SIGNATURE: the signature of the enclosing function as the compiler knows it, brought at compile time to one
-// form that is the same under every supported compiler: "void Ns::Class::handler(const String&, Kesh::Seconds)".
+// ORU_SIGNATURE: the signature of the enclosing function as the compiler knows it, brought at
+// compile time to one form that is the same under every supported compiler: "void
+// Ns::Class::handler(const String&, Kesh::Seconds)".
 //
 //   - leading "virtual ", "static " and "constexpr " are dropped, and so is a template's trailing "[with T = ...]";
 //   - there is no blank before '&' and '*';
 //   - the runtime's string is called "String", without its namespace;
 //   - an unnamed namespace is called "{anonymous}".
 //
-// One compiler prints parameter types fully qualified, the other as they are spelled in the definition. A function
-// whose signature is traced therefore spells the types of its parameters with their full names (`Oru::Central::ResetKey
-// const&`, `Vunda::String const&`, `Kesh::Seconds`). Inside a lambda the signature is the lambda's.
+// One compiler prints parameter types fully qualified, the other as they are spelled in the
+// definition. A function whose signature is traced therefore spells the types of its parameters
+// with their full names (`Oru::Central::ResetKey const&`, `Vunda::String const&`, `Kesh::Seconds`).
+// Inside a lambda the signature is the lambda's.
 #define ORU_SIGNATURE (::Vunda::signatureText<::Vunda::Signature(__PRETTY_FUNCTION__)>)
 
 namespace Vunda {

@@ -13,8 +13,8 @@ namespace Vunda {
 
 namespace Impl {
 
-// The shared representation of a string: one allocation that holds the use count, the length, the hash (computed once,
-// when the string is made) and the characters with a terminating NUL.
+// The shared representation of a string: one allocation that holds the use count, the length, the
+// hash (computed once, when the string is made) and the characters with a terminating NUL.
 struct StrB {
   std::uint32_t use;
   std::uint32_t length;
@@ -27,9 +27,10 @@ struct StrB {
 
 }  // namespace Impl
 
-// Immutable string, one word: a handle to a shared representation. A copy shares it. The empty string has no
-// representation. Equality is by content: identity is tested first, then hash and length, then the characters.
-// Strings may be shared between threads under the rules of ThreadControl.
+// Immutable string, one word: a handle to a shared representation. A copy shares it. The empty
+// string has no representation. Equality is by content: identity is tested first, then hash and
+// length, then the characters. Strings may be shared between threads under the rules of
+// ThreadControl.
 class ORU_EXPORT String {
  public:
   // The hash of a text, as hash() returns it for a string of that text.

@@ -8,11 +8,13 @@
 
 namespace Vunda {
 
-// One subscription slot inside a subscribing object: a single callback word; zero means not subscribed.
+// One subscription slot inside a subscribing object: a single callback word; zero means not
+// subscribed.
 //
-// The callback gets the publisher, this slot (from which it recovers its object), the field, a pointer to the key of
-// the changed member (null for an attribute) and a pointer to the new value. It must not throw. A slot is subscribed to
-// one node at a time, and unsubscribed from that node before it goes.
+// The callback gets the publisher, this slot (from which it recovers its object), the field, a
+// pointer to the key of the changed member (null for an attribute) and a pointer to the new value.
+// It must not throw. A slot is subscribed to one node at a time, and unsubscribed from that node
+// before it goes.
 class ORU_EXPORT Subscriber {
  public:
   using Callback = void (*)(Publisher* publisher, Subscriber* subscriber, FieldId field,
@@ -23,7 +25,8 @@ class ORU_EXPORT Subscriber {
   Subscriber& operator=(Subscriber const&) = delete;
 
   bool subscribed() const noexcept { return callback_ != nullptr; }
-  // Stores the callback and registers with the node's publisher. The node must have one, the slot must be free.
+  // Stores the callback and registers with the node's publisher. The node must have one, the slot
+  // must be free.
   void subscribeTo(Node const& node, Callback callback);
   // Unregisters and frees the slot.
   void unsubscribeFrom(Node const& node) noexcept;
@@ -47,9 +50,10 @@ class ORU_EXPORT Subscriber {
 
 static_assert(sizeof(Subscriber) == sizeof(void*));
 
-// Undoes a subscription made in a constructor when that constructor fails: on destruction it unsubscribes if more
-// exceptions are in flight than when the guard was made. (So a constructor that runs during the unwinding of another
-// exception keeps its subscription when it succeeds.) The subscriber and the node outlive the guard.
+// Undoes a subscription made in a constructor when that constructor fails: on destruction it
+// unsubscribes if more exceptions are in flight than when the guard was made. (So a constructor
+// that runs during the unwinding of another exception keeps its subscription when it succeeds.) The
+// subscriber and the node outlive the guard.
 class ORU_EXPORT SubscriberScopeGuard {
  public:
   SubscriberScopeGuard(Subscriber& subscriber, Node const* node) noexcept
