@@ -1,0 +1,182 @@
+#include "runtime/vunda/String.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "runtime/vunda/RangeException.h"
+#include "tests/support/HeapProbe.h"
+
+namespace {
+
+using OruTest::FailingAllocation;
+using OruTest::heapAllocations;
+using OruTest::heapLive;
+using Vunda::String;
+using namespace std::literals;
+
+static_assert(sizeof(String) == sizeof(void*));
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+TEST(String, HoldsTheTextItWasMadeFrom) {
+  String const text("Linecard3");
+  EXPECT_STREQ(text.data(), "Linecard3");
+  EXPECT_EQ(text.length(), 9U);
+  EXPECT_EQ(text.view(), "Linecard3");
+  EXPECT_FALSE(text.empty());
+}
+
+TEST(String, DefaultNullAndEmptyTextAreTheEmptyString) {
+  for (String const& text :
+       {String(), String(static_cast<char const*>(nullptr)), String(""), String(""sv)}) {
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(text.length(), 0U);
+    EXPECT_STREQ(text.data(), "");
+    EXPECT_EQ(text, String());
+    EXPECT_EQ(text.hash(), String::hashOf(""));
+  }
+}
+
+TEST(String, TheEmptyStringAllocatesNothing) {
+  auto const before = heapAllocations();
+  String const empty("");
+  String const copy = empty;
+  EXPECT_EQ(copy.length(), 0U);
+  EXPECT_EQ(heapAllocations(), before);
+}
+
+TEST(String, OneAllocationPerRepresentationAndNoneForACopy) {
+  auto const before = heapAllocations();
+  auto const live = heapLive();
+  {
+    String const text("some text that is longer than any small buffer would be");
+    EXPECT_EQ(heapAllocations(), before + 1);
+    String copy = text;
+    String moved = std::move(copy);
+    copy = moved;
+    EXPECT_EQ(copy.data(), text.data());
+    EXPECT_EQ(heapAllocations(), before + 1);
+  }
+  EXPECT_EQ(heapLive(), live);
+}
+
+TEST(String, ARepresentationLivesAsLongAsItsLastHandle) {
+  String kept;
+  {
+    String const first("shared");
+    kept = first;
+  }
+  EXPECT_STREQ(kept.data(), "shared");
+}
+
+TEST(String, AMovedFromStringIsEmpty) {
+  String text("gone");
+  String const moved = std::move(text);
+  EXPECT_TRUE(text.empty());  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(moved, String("gone"));
+}
+
+TEST(String, AssignmentToItselfKeepsTheText) {
+  String text("same");
+  String const& alias = text;
+  text = alias;
+  EXPECT_STREQ(text.data(), "same");
+}
+
+TEST(String, AFailedAllocationRaisesAndLeavesTheTargetAsItWas) {
+  String text("before");
+  {
+    FailingAllocation const failing(0);
+    EXPECT_THROW(text = String("after"), std::bad_alloc);
+  }
+  EXPECT_STREQ(text.data(), "before");
+}
+
+TEST(String, EqualityIsByContent) {
+  String const first("chip"), second("chip");
+  ASSERT_NE(first.data(), second.data());
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(first.hash(), second.hash());
+  EXPECT_NE(first, String("chiq"));
+  EXPECT_NE(first, String("chi"));
+  EXPECT_NE(first, String());
+  EXPECT_NE(String(), first);
+}
+
+TEST(String, EqualHashesDoNotMakeEqualStrings) {
+  std::unordered_map<std::uint32_t, std::string> byHash;
+  for (int i = 0; i < 1000000; ++i) {
+    std::string text = std::to_string(10000000 + i);
+    auto const [same, inserted] = byHash.emplace(String::hashOf(text), text);
+    if (inserted) continue;
+    String const first{std::string_view(same->second)};
+    String const second{std::string_view(text)};
+    ASSERT_EQ(first.hash(), second.hash());
+    EXPECT_NE(first, second) << text;
+    EXPECT_NE(first.compare(second), 0);
+    return;
+  }
+  FAIL() << "a million texts and no two with one hash of 32 bits";
+}
+
+TEST(String, KeepsCharactersBehindANul) {
+  String const text("a\0b"sv);
+  EXPECT_EQ(text.length(), 3U);
+  EXPECT_EQ(text.view(), "a\0b"sv);
+  EXPECT_EQ(text.data()[3], '\0');
+  EXPECT_NE(text, String("a"));
+  EXPECT_NE(text, String("a\0c"sv));
+  EXPECT_NE(String("a"), String("a\0"sv));
+  EXPECT_NE(String("a").hash(), String("a\0"sv).hash());
+}
+
+TEST(String, ComparesAsUnsignedBytes) {
+  EXPECT_LT(String("a").compare(String("b")), 0);
+  EXPECT_GT(String("b").compare(String("a")), 0);
+  EXPECT_EQ(String("a").compare(String("a")), 0);
+  EXPECT_LT(String("a").compare(String("aa")), 0);
+  EXPECT_LT(String().compare(String("a")), 0);
+  EXPECT_GT(String("\xc3").compare(String("z")), 0);
+  EXPECT_LT(String("a"), String("b"));
+  EXPECT_GE(String("b"), String("b"));
+}
+
+TEST(String, HashOfATextIsTheHashOfItsString) {
+  for (char const* text : {"", "1", "12", "123", "1234", "12345", "Ethernet3/1/1"}) {
+    EXPECT_EQ(String::hashOf(text), String(text).hash()) << text;
+  }
+}
+
+TEST(String, IsInsertedIntoAStreamWhole) {
+  std::ostringstream out;
+  out << String("a\0b"sv) << '|' << String() << '|';
+  EXPECT_EQ(out.str(), "a\0b||"s);
+}
+
+TEST(String, ATextTooLongForItsLengthIsRefused) {
+  std::string_view const tooLong("", std::size_t{4294967280U});
+  try {
+    String const text(tooLong);
+    FAIL();
+  } catch (Vunda::RangeException const& raised) {
+    EXPECT_STREQ(raised.what(), "Vunda::String longer than 4294967279 bytes not allowed");
+  }
+}
+
+RC_GTEST_PROP(StringRandom, BehavesLikeAStandardString, (std::string a, std::string b)) {
+  if (*rc::gen::arbitrary<bool>()) b = a;
+  String const first{std::string_view(a)}, second{std::string_view(b)};
+  RC_ASSERT(first.view() == a);
+  RC_ASSERT((first == second) == (a == b));
+  RC_ASSERT(sign(first.compare(second)) == sign(a.compare(b)));
+  RC_ASSERT(first != second || first.hash() == second.hash());
+  RC_ASSERT(first.hash() == String::hashOf(a));
+}
+
+}  // namespace
