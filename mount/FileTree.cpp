@@ -100,7 +100,7 @@ std::error_code forEachFile(UniqueFd directory, Each&& each) {
 }
 
 mode_t typeOf(int directory, dirent const& entry) {
-  if (entry.d_type != DT_UNKNOWN) return DTTOIF(entry.d_type);
+  if (entry.d_type != DT_UNKNOWN) return static_cast<mode_t>(DTTOIF(entry.d_type));
   struct stat status {};
   if (::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) < 0) return 0;
   return status.st_mode & S_IFMT;

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <ranges>
 #include <utility>
 
 namespace Oru::Mount {
@@ -59,10 +58,9 @@ FileWatcher::Id FileWatcher::add(TreePath const& directory, Backend::Observer& o
 
 void FileWatcher::remove(Id id) {
   watched_.erase(id);
-  auto const needed = [this](auto const& entry) { return relevant(entry.first); };
   std::vector<TreePath> idle;
-  for (auto const& [directory, wd] : armed_ | std::views::filter(std::not_fn(needed)))
-    idle.push_back(directory);
+  for (auto const& [directory, wd] : armed_)
+    if (!relevant(directory)) idle.push_back(directory);
   for (auto const& directory : idle) disarm(directory);
 }
 
