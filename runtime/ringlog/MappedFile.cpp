@@ -1,0 +1,80 @@
+#include "runtime/ringlog/MappedFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ringlog {
+
+MappedFile::MappedFile(std::string path, std::uint64_t fileBytes, std::uint64_t addressBytes)
+    : path_(std::move(path)),
+      temporaryPath_(path_ + ".new." + std::to_string(getpid())),
+      addressBytes_(addressBytes) {
+  try {
+    create(fileBytes);
+    reserveAddresses();
+  } catch (...) {
+    release();
+    throw;
+  }
+}
+
+MappedFile::~MappedFile() { release(); }
+
+void MappedFile::create(std::uint64_t fileBytes) {
+  constexpr mode_t ownerWritesGroupReads = 0640;
+  unlink(temporaryPath_.c_str());
+  fd_ = open(temporaryPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
+             ownerWritesGroupReads);
+  if (fd_ < 0) fail("cannot create");
+  // Allocated now: a full disk is an error here, not a fault of the process at some later record.
+  errno = posix_fallocate(fd_, 0, static_cast<off_t>(fileBytes));
+  if (errno != 0) fail("cannot allocate its space");
+}
+
+void MappedFile::reserveAddresses() {
+  void* const at =
+      mmap(nullptr, addressBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (at == MAP_FAILED) fail("cannot reserve addresses");
+  addresses_ = static_cast<std::byte*>(at);
+}
+
+std::byte* MappedFile::map(std::uint64_t addressOffset, std::uint64_t fileOffset,
+                           std::uint64_t bytes) {
+  void* const at = mmap(addresses_ + addressOffset, bytes, PROT_READ | PROT_WRITE,
+                        MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd_, static_cast<off_t>(fileOffset));
+  if (at == MAP_FAILED) fail("cannot map");
+  return static_cast<std::byte*>(at);
+}
+
+void MappedFile::publish() {
+  std::string const previous = path_ + ".previous";
+  if (rename(path_.c_str(), previous.c_str()) != 0 && errno != ENOENT) {
+    fail("cannot set the previous file aside");
+  }
+  if (rename(temporaryPath_.c_str(), path_.c_str()) != 0) fail("cannot give it its name");
+  temporaryPath_.clear();
+}
+
+void MappedFile::sync() noexcept { fdatasync(fd_); }
+
+void MappedFile::fail(char const* step) const {
+  throw std::system_error(errno, std::generic_category(), "trace file \"" + path_ + "\": " + step);
+}
+
+void MappedFile::release() noexcept {
+  if (addresses_ != nullptr) {
+    mmap(addresses_, addressBytes_, PROT_NONE,
+         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0);
+  }
+  if (fd_ >= 0) close(fd_);
+  if (!temporaryPath_.empty()) unlink(temporaryPath_.c_str());
+}
+
+}  // namespace Ringlog
