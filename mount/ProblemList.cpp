@@ -51,15 +51,20 @@ std::string textOf(ProblemList::Problem const& problem) {
 }
 
 std::string jsonOf(std::vector<ProblemList::Problem> const& problems) {
-  auto list = nlohmann::json::array();
-  for (auto const& problem : problems)
-    list.push_back({{"file", problem.file},
-                    {"activity", textOf(problem.activity)},
-                    {"place", problem.place},
-                    {"reason", problem.reason},
-                    {"since", problem.since}});
-  using Handler = nlohmann::json::error_handler_t;
-  return nlohmann::json{{"problems", std::move(list)}}.dump(2, ' ', false, Handler::replace) + '\n';
+  auto list = nlohmann::ordered_json::array();
+  for (auto const& problem : problems) {
+    nlohmann::ordered_json entry;
+    entry["file"] = problem.file;
+    entry["activity"] = textOf(problem.activity);
+    entry["place"] = problem.place;
+    entry["reason"] = problem.reason;
+    entry["since"] = problem.since;
+    list.push_back(std::move(entry));
+  }
+  nlohmann::ordered_json file;
+  file["problems"] = std::move(list);
+  using Handler = nlohmann::ordered_json::error_handler_t;
+  return file.dump(2, ' ', false, Handler::replace) + '\n';
 }
 
 }  // namespace Oru::Mount

@@ -1,6 +1,7 @@
 #include "mount/WriteQueue.h"
 
 #include <algorithm>
+#include <climits>
 #include <utility>
 #include <vector>
 
@@ -14,27 +15,35 @@ constexpr milliseconds longestRetry{5000};
 
 }  // namespace
 
-WriteQueue::WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems)
-    : loop_(loop), backend_(backend), problems_(problems) {}
+WriteQueue::WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems, Rank rank)
+    : loop_(loop), backend_(backend), problems_(problems), rank_(std::move(rank)) {}
+
+std::string WriteQueue::Place::file() const {
+  return kind == Backend::Kind::value ? path.valueText() : path.text();
+}
 
 void WriteQueue::put(TreePath const& value, std::string text) {
-  wish({Backend::Kind::value, value}, true, std::move(text));
+  wish(Backend::Kind::value, value,
+       [this, value, text = std::move(text)] { return backend_.put(value, text); });
 }
-void WriteQueue::remove(TreePath const& value) { wish({Backend::Kind::value, value}, false, {}); }
+
+void WriteQueue::remove(TreePath const& value) {
+  wish(Backend::Kind::value, value, [this, value] { return backend_.remove(value); });
+}
+
 void WriteQueue::makeDirectory(TreePath const& directory) {
-  wish({Backend::Kind::directory, directory}, true, {});
+  wish(Backend::Kind::directory, directory,
+       [this, directory] { return backend_.makeDirectory(directory); });
 }
+
 void WriteQueue::removeDirectory(TreePath const& directory) {
-  wish({Backend::Kind::directory, directory}, false, {});
+  wish(Backend::Kind::directory, directory,
+       [this, directory] { return backend_.removeDirectory(directory); });
 }
 
-std::string const* WriteQueue::pendingText(TreePath const& value) const {
-  auto const at = wishes_.find({Backend::Kind::value, value});
-  return at != wishes_.end() && at->second.present ? &at->second.text : nullptr;
-}
-
-void WriteQueue::wish(Place place, bool present, std::string text) {
-  wishes_[std::move(place)] = {present, std::move(text), ++lastOrder_};
+void WriteQueue::wish(Backend::Kind kind, TreePath const& path, Action action) {
+  int const rank = rank_ ? rank_(path) : 0;
+  wishes_.insert_or_assign(Place{kind, path}, Wish{std::move(action), rank, ++lastOrder_});
   if (!flush_) flush_ = loop_.endOfTurn([this] { flush(); });
 }
 
@@ -44,29 +53,28 @@ bool WriteQueue::flush() {
   Wishes wishes = std::exchange(wishes_, {});
   std::vector<Wishes::iterator> inOrder;
   for (auto at = wishes.begin(); at != wishes.end(); ++at) inOrder.push_back(at);
-  std::ranges::sort(inOrder, {}, [](auto const& at) { return at->second.order; });
-  for (auto const& at : inOrder)
-    if (!carryOut(at->first, at->second)) wishes_.insert(wishes.extract(at));
+  std::ranges::sort(inOrder, {}, [](auto const& at) {
+    return std::pair(at->second.rank, at->second.order);
+  });
+  int failedRank = INT_MAX;
+  for (auto const& at : inOrder) {
+    if (at->second.rank <= failedRank && carryOut(at->first, at->second)) continue;
+    failedRank = std::min(failedRank, at->second.rank);
+    wishes_.insert(wishes.extract(at));
+  }
   if (wishes_.empty())
     retryDelay_ = {};
-  else
+  else if (!flush_)
     tryAgainLater();
   return wishes_.empty();
 }
 
 bool WriteQueue::carryOut(Place const& place, Wish const& wish) {
-  bool const isValue = place.kind == Backend::Kind::value;
-  std::error_code error;
-  if (isValue)
-    error = wish.present ? backend_.put(place.path, wish.text) : backend_.remove(place.path);
-  else
-    error = wish.present ? backend_.makeDirectory(place.path)
-                         : backend_.removeDirectory(place.path);
-  auto const file = isValue ? place.path.valueText() : place.path.text();
+  auto const error = wish.action();
   if (error)
-    problems_.report(ProblemList::Activity::write, file, {}, error.message());
+    problems_.report(ProblemList::Activity::write, place.file(), {}, error.message());
   else
-    problems_.clear(ProblemList::Activity::write, file);
+    problems_.clear(ProblemList::Activity::write, place.file());
   return !error;
 }
 

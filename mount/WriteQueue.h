@@ -1,9 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <map>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
+#include <system_error>
 
 #include "mount/Backend.h"
 #include "mount/EventLoop.h"
@@ -11,44 +13,56 @@
 
 namespace Oru::Mount {
 
-// What a program wants to stand in the tree, on its way there. Wishes of one turn of the loop are carried out together at
-// its end. The last wish for a place counts, so each place is written at most once, and the order is that of the last
-// wishes. What fails is reported and tried again with back-off until it succeeds or is wished otherwise.
+// What a program wants to stand in the tree, on its way there. Wishes of one turn of the loop are
+// carried out together at its end. The last wish for a place counts, so each place is written at
+// most once. What fails is reported and tried again with back-off until it succeeds or is wished
+// otherwise.
+//
+// Order: by rank, then by last wish. A wish of a higher rank is not carried out as long as one of a
+// lower rank has failed.
 class WriteQueue {
  public:
-  WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems);
+  using Rank = std::function<int(TreePath const&)>;
+  // Carries a wish out; an error is reported and tried again.
+  using Action = std::function<std::error_code()>;
+
+  // Without `rank`, all places are of one rank.
+  WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems, Rank rank = {});
 
   void put(TreePath const& value, std::string text);
   void remove(TreePath const& value);
   void makeDirectory(TreePath const& directory);
   void removeDirectory(TreePath const& directory);
+  // The same by an action of the caller's, for a text that is to be made only when it is written.
+  void wish(Backend::Kind kind, TreePath const& path, Action action);
 
-  // Carries out now what is wished, without waiting for the end of the turn. Returns whether all of it succeeded.
+  // Carries out now what is wished, without waiting for the end of the turn. Returns whether all of
+  // it succeeded.
   bool flush();
   bool empty() const noexcept { return wishes_.empty(); }
-  // The text on its way to a value: what will stand there; nothing when no put of it is pending.
-  std::string const* pendingText(TreePath const& value) const;
 
  private:
   struct Place {
     Backend::Kind kind;
     TreePath path;
     auto operator<=>(Place const&) const = default;
+
+    std::string file() const;
   };
   struct Wish {
-    bool present = false;
-    std::string text;
+    Action action;
+    int rank = 0;
     std::uint64_t order = 0;
   };
+  using Wishes = std::map<Place, Wish>;
 
-  void wish(Place place, bool present, std::string text);
   bool carryOut(Place const& place, Wish const& wish);
   void tryAgainLater();
 
   EventLoop& loop_;
   Backend& backend_;
   ProblemList& problems_;
-  using Wishes = std::map<Place, Wish>;
+  Rank const rank_;
   Wishes wishes_;
   std::uint64_t lastOrder_ = 0;
   EventSource flush_;
