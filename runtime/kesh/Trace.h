@@ -123,9 +123,8 @@ inline constexpr char typeCodes[] = {
 // One message on its way from a call site to the channels.
 class TraceAt {
  public:
-  TraceAt(Ringlog::Ring* ring, TraceHandle& handle, Ringlog::MsgSite const& site,
-          TracePlace const& place) noexcept
-      : ring_(ring), handle_(handle), site_(site), place_(place) {}
+  TraceAt(Ringlog::Ring* ring, TraceHandle& handle, TracePlace const& place) noexcept
+      : ring_(ring), handle_(handle), place_(place) {}
 
   template <typename... Args>
   [[gnu::always_inline]] void message(BraceText<std::type_identity_t<Args>...> format,
@@ -148,8 +147,9 @@ class TraceAt {
   template <typename... Args>
   [[gnu::always_inline]] bool shortWay(Args const&... args) const {
     static_assert(sizeof...(Args) <= Ringlog::maxArguments);
-    if (Vunda::ThreadControl::threadSafe() || !site_.isReadyFor(ring_)) return false;
-    putLoneRecord(*ring_, site_.readyTag(), Ringlog::ringValue(args)...);
+    Ringlog::MsgSite const& site = *place_.site;
+    if (Vunda::ThreadControl::threadSafe() || !site.isReadyFor(ring_)) return false;
+    putLoneRecord(*ring_, site.readyTag(), Ringlog::ringValue(args)...);
     return true;
   }
 
@@ -214,7 +214,6 @@ class TraceAt {
 
   Ringlog::Ring* ring_;
   TraceHandle& handle_;
-  Ringlog::MsgSite const& site_;
   TracePlace const& place_;
 };
 
@@ -233,11 +232,11 @@ class TraceAt {
 #define ORU_TRACE_SITE_(level, signature, kind, ...)                                              \
   do {                                                                                            \
     static_assert((level) >= 1 && (level) <= ::Ringlog::levels, "trace levels are 1 to 16");      \
-    if (::Ringlog::Ring* const oruRing_ = _defaultTraceHandle().gate().ring(level)) {             \
+    ::Kesh::TraceHandle& oruHandle_ = _defaultTraceHandle();                                      \
+    if (::Ringlog::Ring* const oruRing_ = oruHandle_.gate().ring(level)) {                        \
       static constinit ::Ringlog::MsgSite oruSite_;                                               \
       static constexpr ::Kesh::TracePlace oruPlace_{                                              \
           &oruSite_, level, ::Kesh::Impl::relativePath(__FILE__), __LINE__, __func__, signature}; \
-      ::Kesh::Impl::TraceAt(oruRing_, _defaultTraceHandle(), oruSite_, oruPlace_)                 \
-          .kind(__VA_ARGS__);                                                                     \
+      ::Kesh::Impl::TraceAt(oruRing_, oruHandle_, oruPlace_).kind(__VA_ARGS__);                   \
     }                                                                                             \
   } while (false)
