@@ -19,6 +19,16 @@ using Vunda::Duration;
 using Vunda::Ptr;
 using Vunda::String;
 
+namespace {
+
+// Whether the system status has an entry of that id, one that differs from the absent value.
+bool isPublished(SystemStatus const& systemStatus, DeviceId id) {
+  ChipInfo const* const entry = systemStatus.chipInfo().lookup(id);
+  return entry && !entry->isEq(ChipInfo());
+}
+
+}  // namespace
+
 Ptr<CentralChipSm> CentralChipSm::CentralChipSmIs(String const& name, String const& sliceName,
                                                   Ptr<ChipHwConfig const> const& hwConfig,
                                                   Ptr<ChipConfig> const& config,
@@ -115,8 +125,8 @@ void CentralChipSm::addToSystemStatus() {
   Ptr<CentralHelper> const helper = parent_->centralSm()->helper();
   ORU_ASSERT(helper);
   DeviceId const id = config()->deviceId();
-  ChipInfo const published = systemStatus()->chipInfo(id);
-  if (!published.isEq(ChipInfo())) {
+  if (isPublished(*systemStatus(), id)) {
+    ChipInfo const published = systemStatus()->chipInfo(id);
     if (published.genTime() == status()->genTime()) {
       helper->chipAlreadyAdded(published);
       return;
@@ -140,12 +150,10 @@ ChipInfo CentralChipSm::chipInfo() const {
   ChipInfo entry(config()->deviceId(), name());
   entry.sliceNameIs(sliceName());
   entry.genTimeIs(config()->genTime());
+  entry.intfIdReserve(hwConfig()->portConfig().size());
   for (auto port = hwConfig()->portConfig().iterator(); port; ++port) {
-    Ptr<PortHwConfig> const hwPort = port.value();
-    if (!hwPort) continue;
-    Lanko::IntfId intf;
-    intf.handleInitialized(hwPort->intfName());
-    entry.intfIdIs(intf, true);
+    auto const& hwPort = port.currNodeNonStale()->value();
+    if (hwPort) entry.intfIdIs(hwPort->intfId(), true);
   }
   return entry;
 }
@@ -155,7 +163,7 @@ void CentralChipSm::removeFromSystemStatus() {
   ORU_ASSERT(config());
   ORU_ASSERT(systemStatus());
   DeviceId const id = config()->deviceId();
-  if (systemStatus()->chipInfo(id).isEq(ChipInfo())) {
+  if (!isPublished(*systemStatus(), id)) {
     ORU_TRACE(3, "Cannot find chip {} in systemStatus", name());
     return;
   }

@@ -40,6 +40,8 @@ class ORU_EXPORT ChipInfo {
 
   void sliceNameIs(Vunda::String const& sliceName) noexcept { sliceName_ = sliceName; }
   void intfIdIs(Lanko::IntfId intf, bool present) { intfId_.memberIs(intf, present); }
+  // Makes room for that many interfaces at once.
+  void intfIdReserve(std::uint32_t count) { intfId_.reserve(count); }
   void genTimeIs(Vunda::Duration genTime) noexcept { genTime_ = genTime; }
 
   // Whether all members are equal. Interfaces compare as a set: their order does not count.

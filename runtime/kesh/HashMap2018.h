@@ -8,6 +8,7 @@
 
 #include "runtime/kesh/HashHelper.h"
 #include "runtime/kesh/HashMap2018Generic.h"
+#include "runtime/vunda/Assert.h"
 
 namespace Kesh {
 
@@ -90,20 +91,22 @@ class HashMap2018 {
 
   // Inserts a key that must be absent.
   void newMember(Key key, Value given) {
-    auto* const member = static_cast<Member*>(core_.newMemberG(HashHelper::lookupKey(key).hash));
-    new (&member->key_) Key(std::move(key));
-    new (&member->value_) Value(std::move(given));
+    bool const isNew = memberIs(std::move(key), std::move(given));
+    ORU_ASSERT(isNew);
   }
   // Inserts or overwrites. False when the key held an equal value already: nothing was written
   // then.
-  bool memberIs(Key const& key, Value given) {
-    Value* const present = const_cast<Value*>(lookup(key));
-    if (!present) {
-      newMember(key, std::move(given));
+  bool memberIs(Key key, Value given) {
+    auto const wanted = HashHelper::lookupKey(key);
+    bool isNew = false;
+    Member& member = at(core_.memberG(&wanted.key, wanted.hash, isNew));
+    if (isNew) {
+      new (&member.key_) Key(std::move(key));
+      new (&member.value_) Value(std::move(given));
       return true;
     }
-    if (*present == given) return false;
-    std::swap(*present, given);
+    if (member.value_ == given) return false;
+    std::swap(member.value_, given);
     return true;
   }
   // Removes a member and hands its value to `out`; false when there is none. The collection is
@@ -171,6 +174,7 @@ class HashMap2018 {
   static constexpr HashMap2018Generic::Operations operations{
       sizeof(Member),
       offsetof(Member, key_),
+      sizeof(Key) == sizeof(std::uint32_t) && std::has_unique_object_representations_v<Key>,
       std::is_trivially_copyable_v<Key>&& std::is_trivially_copyable_v<Value>,
       &compare,
       &copy,

@@ -1,5 +1,6 @@
 #include "runtime/kesh/HashMap2018Generic.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <new>
@@ -37,8 +38,7 @@ void HashMap2018Generic::copyEntries(HashMap2018Generic const& other) {
       operations_->copy(entry(size_), from);
       tag(entry(size_)) = tag(from);
     }
-    indexEntry(size_, tag(from));
-    ++size_;
+    index_[freeSlotFor(tag(from))] = ++size_;
     ++live_;
   }
 }
@@ -79,44 +79,65 @@ void HashMap2018Generic::emptyAllBuckets() noexcept {
   capacity_ = size_ = 0;
 }
 
-std::uint32_t const* HashMap2018Generic::findSlot(void const* key,
-                                                  std::uint32_t hash) const noexcept {
-  if (live_ == 0) return nullptr;
-  std::uint32_t const wanted = hash | liveBit;
-  for (std::uint32_t slot = home(wanted); index_[slot] != 0; slot = (slot + 1) & indexMask()) {
+inline bool HashMap2018Generic::sameKey(void const* keyInEntry, void const* key) const noexcept {
+  if (operations_->wordKey) return std::memcmp(keyInEntry, key, sizeof(std::uint32_t)) == 0;
+  return operations_->compare(keyInEntry, key);
+}
+
+inline std::uint32_t HashMap2018Generic::slotOf(void const* key, std::uint32_t tag) const noexcept {
+  std::uint32_t slot = home(tag);
+  for (; index_[slot] != 0; slot = (slot + 1) & indexMask()) {
     void* const candidate = entry(index_[slot] - 1);
-    if (tag(candidate) == wanted && operations_->compare(keyIn(candidate), key))
-      return index_ + slot;
+    if (HashMap2018Generic::tag(candidate) == tag && sameKey(keyIn(candidate), key)) break;
   }
-  return nullptr;
+  return slot;
+}
+
+std::uint32_t HashMap2018Generic::slotOf(std::uint32_t position) const noexcept {
+  std::uint32_t slot = home(tag(entry(position)));
+  while (index_[slot] != position + 1) slot = (slot + 1) & indexMask();
+  return slot;
+}
+
+std::uint32_t HashMap2018Generic::freeSlotFor(std::uint32_t tag) const noexcept {
+  std::uint32_t slot = home(tag);
+  while (index_[slot] != 0) slot = (slot + 1) & indexMask();
+  return slot;
 }
 
 void* HashMap2018Generic::lookupNodeG(void const* key, std::uint32_t hash) const noexcept {
-  std::uint32_t const* const slot = findSlot(key, hash);
-  return slot ? entry(*slot - 1) : nullptr;
+  if (live_ == 0) return nullptr;
+  std::uint32_t const position = index_[slotOf(key, hash | liveBit)];
+  return position != 0 ? entry(position - 1) : nullptr;
 }
 
-void* HashMap2018Generic::newMemberG(std::uint32_t hash) {
-  if (size_ == capacity_) makeRoom();
+void* HashMap2018Generic::memberG(void const* key, std::uint32_t hash, bool& isNew) {
+  std::uint32_t const wanted = hash | liveBit;
+  if (capacity_ == 0) makeRoom();
+  std::uint32_t slot = slotOf(key, wanted);
+  isNew = index_[slot] == 0;
+  if (!isNew) return entry(index_[slot] - 1);
+  if (size_ == capacity_) {
+    makeRoom();
+    slot = freeSlotFor(wanted);
+  }
   void* const fresh = entry(size_);
-  tag(fresh) = hash | liveBit;
-  indexEntry(size_, tag(fresh));
-  ++size_;
+  tag(fresh) = wanted;
+  index_[slot] = ++size_;
   ++live_;
   return fresh;
 }
 
 bool HashMap2018Generic::deleteMemberG(void const* key, std::uint32_t hash, void* out) noexcept {
-  std::uint32_t const* const slot = findSlot(key, hash);
-  if (!slot) return false;
-  removeAt(static_cast<std::uint32_t>(slot - index_), out);
+  if (live_ == 0) return false;
+  std::uint32_t const slot = slotOf(key, hash | liveBit);
+  if (index_[slot] == 0) return false;
+  removeAt(slot, out);
   return true;
 }
 
 void HashMap2018Generic::deleteCurrentG(Iterator const& at, void* out) noexcept {
-  std::uint32_t slot = home(tag(entry(at.position_)));
-  while (index_[slot] != at.position_ + 1) slot = (slot + 1) & indexMask();
-  removeAt(slot, out);
+  removeAt(slotOf(at.position_), out);
 }
 
 void HashMap2018Generic::removeAt(std::uint32_t slot, void* out) noexcept {
@@ -132,7 +153,7 @@ void HashMap2018Generic::removeAt(std::uint32_t slot, void* out) noexcept {
   }
   tag(removed) = 0;
   if (!operations_->trivial) operations_->releaseKey(removed);
-  tidy();
+  if (position + 1 == size_ || tooManyAreDead()) tidy();
 }
 
 // Moves back every entry of the probe sequence that would not be found past the free slot.
@@ -148,22 +169,23 @@ void HashMap2018Generic::freeSlot(std::uint32_t slot) noexcept {
   index_[hole] = 0;
 }
 
-// After a removal, while nobody iterates: drops dead entries at the end, and all once they
-// outnumber the living.
+// After removals, while nobody iterates: drops dead entries at the end, and all once they are many.
 void HashMap2018Generic::tidy() noexcept {
   while (size_ > 0 && !isLive(entry(size_ - 1))) --size_;
-  if (size_ - live_ > live_ + firstCapacity) compact();
+  if (tooManyAreDead()) compact();
 }
 
 void HashMap2018Generic::compact() noexcept {
   std::uint32_t kept = 0;
   for (std::uint32_t position = 0; position < size_; ++position) {
     if (!isLive(entry(position))) continue;
-    if (kept != position) shiftEntry(entry(kept), entry(position));
+    if (kept != position) {
+      index_[slotOf(position)] = kept + 1;
+      shiftEntry(entry(kept), entry(position));
+    }
     ++kept;
   }
   size_ = kept;
-  rebuildIndex();
 }
 
 void HashMap2018Generic::shiftEntry(void* to, void* from) const noexcept {
@@ -182,7 +204,7 @@ void HashMap2018Generic::makeRoom() {
 }
 
 void HashMap2018Generic::reserve(std::uint32_t members) {
-  std::uint32_t const needed = size_ - live_ + members;
+  std::uint32_t const needed = size_ - live_ + std::min(members, greatestCapacity + 1);
   if (needed > capacity_)
     moveToBlock(std::bit_ceil(needed < firstCapacity ? firstCapacity : needed), iterators_ == 0);
 }
@@ -197,6 +219,7 @@ void HashMap2018Generic::moveToBlock(std::uint32_t capacity, bool squeeze) {
   for (std::uint32_t position = 0; position < oldSize; ++position) {
     void* const from = oldBlock + std::size_t{position} * operations_->entrySize;
     if (squeeze && !isLive(from)) continue;
+    if (isLive(from)) index_[freeSlotFor(tag(from))] = size_ + 1;
     if (isOccupied(from)) {
       shiftEntry(entry(size_), from);
     } else {
@@ -205,7 +228,6 @@ void HashMap2018Generic::moveToBlock(std::uint32_t capacity, bool squeeze) {
     ++size_;
   }
   ::operator delete(oldBlock);
-  rebuildIndex();
 }
 
 void HashMap2018Generic::allocate(std::uint32_t capacity) {
@@ -220,19 +242,6 @@ void HashMap2018Generic::allocate(std::uint32_t capacity) {
   capacity_ = capacity;
   indexShift_ = 32U - static_cast<std::uint32_t>(std::countr_zero(capacity * 2));
   std::memset(index_, 0, indexBytes(capacity));
-}
-
-void HashMap2018Generic::rebuildIndex() noexcept {
-  std::memset(index_, 0, indexBytes(capacity_));
-  for (std::uint32_t position = 0; position < size_; ++position) {
-    if (isLive(entry(position))) indexEntry(position, tag(entry(position)));
-  }
-}
-
-void HashMap2018Generic::indexEntry(std::uint32_t position, std::uint32_t tag) noexcept {
-  std::uint32_t slot = home(tag);
-  while (index_[slot] != 0) slot = (slot + 1) & indexMask();
-  index_[slot] = position + 1;
 }
 
 // The last iterator went: releases the keys that were kept for it, then tidies up what its removals

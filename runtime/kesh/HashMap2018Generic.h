@@ -31,11 +31,11 @@ namespace Kesh {
 //
 // A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
 // An iterator is a position. Removing an entry frees its index slot (shifting back what probed past
-// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once they outnumber the
-// living, and instead of growing when a quarter of the room is dead; but never while an iterator
-// lives, since that would move what positions mean: growth then keeps the positions. As long as an
-// iterator lives, the keys of removed entries are kept too, chained through their tags (the second
-// bit marks such a tag); the last iterator releases them.
+// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once there are more than three
+// for each that lives, and instead of growing when a quarter of the room is dead; but never while an
+// iterator lives, since that would move what positions mean: growth then keeps the positions. As
+// long as an iterator lives, the keys of removed entries are kept too, chained through their tags
+// (the second bit marks such a tag); the last iterator releases them.
 //
 // COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
 // removal: constant, amortised. Iteration: one test per entry. Memory: the entry, rounded up, plus
@@ -46,16 +46,18 @@ class ORU_EXPORT HashMap2018Generic {
   struct Operations {
     std::uint32_t entrySize;
     std::uint32_t keyOffset;
-    bool
-        trivial;  // entries may be copied, moved and dropped as bytes; the four functions below are not called then
+    // The key is one 32-bit word, equal exactly when its bits are: `compare` is not called.
+    bool wordKey;
+    // Entries may be copied, moved and dropped as bytes: `copy` to `releaseValue` are not called.
+    bool trivial;
     bool (*compare)(void const* keyInEntry, void const* key) noexcept;
     void (*copy)(void* to, void const* from);
-    void (*shift)(void* to,
-                  void* from) noexcept;  // moves key and value to a free entry, leaves `from` free
+    // Moves what an entry holds to a free one.
+    void (*shift)(void* to, void* from) noexcept;
     void (*releaseKey)(void* entry) noexcept;
     void (*releaseValue)(void* entry) noexcept;
-    void (*takeValue)(void* entry,
-                      void* out) noexcept;  // moves the value to *out, leaves only the key
+    // Moves the value over *out, leaves only the key.
+    void (*takeValue)(void* entry, void* out) noexcept;
   };
 
   explicit HashMap2018Generic(Operations const& operations) noexcept : operations_(&operations) {}
@@ -69,9 +71,9 @@ class ORU_EXPORT HashMap2018Generic {
 
   // The entry of a key, or null.
   void* lookupNodeG(void const* key, std::uint32_t hash) const noexcept;
-  // A free entry for a key that is absent, with its tag set: the caller constructs key and value in
-  // it, without failing.
-  void* newMemberG(std::uint32_t hash);
+  // The entry of a key. When there was none, `isNew` is set, and the caller constructs key and value
+  // in the free entry that is returned, without failing.
+  void* memberG(void const* key, std::uint32_t hash, bool& isNew);
   // Removes a member and moves its value over *out, a default value; false when there is none.
   bool deleteMemberG(void const* key, std::uint32_t hash, void* out) noexcept;
   // Makes room for that many members without further growth.
@@ -160,16 +162,19 @@ class ORU_EXPORT HashMap2018Generic {
     return (tag * 0x9e3779b9U) >> indexShift_;
   }
 
-  std::uint32_t const* findSlot(void const* key, std::uint32_t hash) const noexcept;
+  bool sameKey(void const* keyInEntry, void const* key) const noexcept;
+  // The slot that refers to the key's entry, or the free one where it would be referred to.
+  std::uint32_t slotOf(void const* key, std::uint32_t tag) const noexcept;
+  std::uint32_t slotOf(std::uint32_t position) const noexcept;
+  std::uint32_t freeSlotFor(std::uint32_t tag) const noexcept;
   void removeAt(std::uint32_t slot, void* out) noexcept;
   void freeSlot(std::uint32_t slot) noexcept;
   void makeRoom();
   void moveToBlock(std::uint32_t capacity, bool squeeze);
   void allocate(std::uint32_t capacity);
+  bool tooManyAreDead() const noexcept { return size_ - live_ > 3 * live_ + firstCapacity; }
   void compact() noexcept;
   void tidy() noexcept;
-  void rebuildIndex() noexcept;
-  void indexEntry(std::uint32_t position, std::uint32_t tag) noexcept;
   void dropStale() const noexcept;
   void shiftEntry(void* to, void* from) const noexcept;
   void copyEntries(HashMap2018Generic const& other);
