@@ -11,7 +11,8 @@
 
 namespace OruTest {
 
-// What a mutator of the state model must do, checked step by step with values of the caller's choice.
+// What a mutator of the state model must do, checked step by step with values of the caller's
+// choice.
 
 // One announcement, and what its subscriber reads of the node from within it.
 template <class Key, class Value>
@@ -54,7 +55,8 @@ class Announcements {
   CallbackSlot slot_;
 };
 
-// An attribute: `write(node, value)` writes before it announces once, without key; an equal value is silent.
+// An attribute: `write(node, value)` writes before it announces once, without key; an equal value
+// is silent.
 template <class Node, class Value, class Read, class Write>
 void expectAttribute(Node& node, Vunda::FieldId field, Value const& initial, Value const& other,
                      Read read, Write write) {
@@ -72,9 +74,10 @@ void expectAttribute(Node& node, Vunda::FieldId field, Value const& initial, Val
   }
 }
 
-// A member of a collection: `write(node, key, value)` announces an insertion whatever the value, and a change, once and
-// with the key; an equal value is silent. `erase(node, key)` announces a removal without value; of an absent key nothing.
-// `read(node, key)` gives `absent` for a key that is not there.
+// A member of a collection: `write(node, key, value)` announces an insertion whatever the value,
+// and a change, once and with the key; an equal value is silent. `erase(node, key)` announces a
+// removal without value; of an absent key nothing. `read(node, key)` gives `absent` for a key that
+// is not there.
 template <class Node, class Key, class Value, class Read, class Write, class Erase>
 void expectMember(Node& node, Vunda::FieldId field, Key const& key, Value const& absent,
                   Value const& first, Value const& other, Read read, Write write, Erase erase) {
