@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <set>
 #include <utility>
 
@@ -102,7 +101,8 @@ std::int64_t JsonObject::integer(char const* field, std::int64_t low, std::int64
 double JsonObject::seconds(char const* field) {
   json const& found = value(field);
   double const number = found.is_number() ? found.get<double>() : -1.0;
-  if (!std::isfinite(number) || number < 0.0) refuse(field, "is not a number of seconds");
+  if (!(number >= 0.0 && number <= latestTime))
+    refuse(field, "is not a number of seconds from 0 to 253402300799");
   return number;
 }
 

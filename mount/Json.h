@@ -2,30 +2,20 @@
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "mount/JsonError.h"
+
 namespace Oru::Mount {
-
-// What is wrong with a JSON text: where (the way to the field, "chips.Chip1.deviceId"; empty for the whole text) and why.
-// Neither says anything of the text's content but names of fields.
-class JsonError : public std::runtime_error {
- public:
-  JsonError(std::string place, std::string reason);
-
-  std::string const& place() const noexcept { return place_; }
-  std::string const& reason() const noexcept { return reason_; }
-
- private:
-  std::string const place_;
-  std::string const reason_;
-};
 
 // The value that a text stands for. Raises JsonError when the text is not JSON, ends early, nests deeper than 32, or gives
 // a field of an object twice.
 nlohmann::json parsedJson(std::string_view text);
+
+// The end of the year 9999, in seconds since the epoch: no point in time in the tree is later.
+inline constexpr double latestTime = 253402300799.0;
 
 // Reads the fields of a JSON object strictly: each accessor raises JsonError for a field that is missing or of the wrong
 // type or range, and finish() for a field that was not asked for. Refers to the value, which must outlive it.
@@ -39,7 +29,7 @@ class JsonObject {
   std::string const& string(char const* field);
   // A whole number from `low` to `high`.
   std::int64_t integer(char const* field, std::int64_t low, std::int64_t high);
-  // A finite number of seconds, 0 or more.
+  // A point in time: a number of seconds from 0 to latestTime.
   double seconds(char const* field);
   nlohmann::json const& array(char const* field);
   nlohmann::json const& value(char const* field);

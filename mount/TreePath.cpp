@@ -1,6 +1,7 @@
 #include "mount/TreePath.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace Oru::Mount {
 
@@ -20,6 +21,18 @@ std::optional<char> decodedByte(std::string_view text, std::size_t at) {
   auto const low = hexDigits.find(text[at + 2]);
   if (high == std::string_view::npos || low == std::string_view::npos) return std::nullopt;
   return static_cast<char>(high << 4 | low);
+}
+
+// Names stand in JSON texts as well, which are UTF-8.
+bool isUtf8(std::string_view text) {
+  if (std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+    return true;
+  try {
+    static_cast<void>(nlohmann::json(text).dump());
+    return true;
+  } catch (nlohmann::json::exception const&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -56,7 +69,7 @@ std::optional<std::string> decodedName(std::string_view fileName) {
     at += 2;
   }
   // Names end at a NUL, and the empty name has no file.
-  if (name.empty() || name.find('\0') != std::string::npos) return std::nullopt;
+  if (name.empty() || name.find('\0') != std::string::npos || !isUtf8(name)) return std::nullopt;
   if (encodedName(name) != fileName) return std::nullopt;
   return name;
 }

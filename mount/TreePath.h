@@ -9,7 +9,7 @@
 
 namespace Oru::Mount {
 
-// Names of entities are arbitrary texts; the names of files are not. A file name is the name with every byte but letters,
+// Names of entities are arbitrary UTF-8 texts without NUL; the names of files are not. A file name is the name with every byte but letters,
 // digits and `-_.,+=@:` written as %XX (upper-case hexadecimal), and so are a leading dot and the dot of a trailing
 // `.json`: no name hides, climbs, separates, or looks like a value's file. Each name has exactly one file name, and only
 // that one is read back.

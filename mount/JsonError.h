@@ -1,0 +1,22 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace Oru::Mount {
+
+// What is wrong with a JSON text: where (the way to the field, "chips.Chip1.deviceId"; empty for the
+// whole text) and why. Neither says anything of the text's content but names of fields.
+class JsonError : public std::runtime_error {
+ public:
+  JsonError(std::string place, std::string reason);
+
+  std::string const& place() const noexcept { return place_; }
+  std::string const& reason() const noexcept { return reason_; }
+
+ private:
+  std::string const place_;
+  std::string const reason_;
+};
+
+}  // namespace Oru::Mount

@@ -1,0 +1,74 @@
+#include "mount/StateMount.h"
+
+#include "state/StateTypes.h"
+
+namespace Oru::Mount {
+
+namespace {
+
+Vunda::Ptr<Kesh::Dir> newDir(char const* name) { return Vunda::makeNode<Kesh::Dir>(name); }
+
+}  // namespace
+
+// An answer to a request, or a board that was taken over, is not to stand before what it caused.
+int StateMount::writeRank(TreePath const& path) {
+  if (path.isWithin({"hw", "status"})) return 1;
+  if (path.isWithin({"reset", "status"})) return 2;
+  return 0;
+}
+
+StateMount::StateMount(EventLoop& loop, Backend& backend, ProblemList& problems, WriteQueue& queue)
+    : writer_(backend, queue, problems),
+      context_{loop, backend, problems, queue, writer_},
+      hwConfigDir_(newDir("hwConfig")),
+      hwStatusDir_(newDir("hwStatus")),
+      configDir_(newDir("config")),
+      statusDir_(newDir("status")),
+      systemStatus_(Vunda::makeNode<Central::SystemStatus>("system")),
+      resetRequestDir_(newDir("resetRequest")),
+      resetStatusDir_(newDir("resetStatus")),
+      sliceLauncherDir_(newDir("sliceLauncher")),
+      chipLauncherDir_(newDir("chipLauncher")),
+      featureLauncherDir_(newDir("featureLauncher")),
+      config_(context_, configDir_),
+      hwStatus_(context_, hwStatusDir_),
+      status_(context_, statusDir_, configDir_),
+      hwConfig_(context_, hwConfigDir_, status_),
+      system_(context_, systemStatus_),
+      resetStatus_(context_, resetStatusDir_),
+      resetRequest_(context_, resetRequestDir_),
+      sliceLauncher_(context_, "slice", sliceLauncherDir_),
+      chipLauncher_(context_, "chip", chipLauncherDir_),
+      featureLauncher_(context_, "feature", featureLauncherDir_),
+      features_(context_) {
+  Central::registerStateTypes();
+}
+
+// What is checked against something else comes after it.
+void StateMount::read() {
+  config_.read();
+  hwStatus_.read();
+  system_.read();
+  resetStatus_.read();
+  sliceLauncher_.read();
+  chipLauncher_.read();
+  featureLauncher_.read();
+  hwConfig_.start();
+  status_.start();
+  resetRequest_.start();
+  features_.start();
+}
+
+void StateMount::follow() {
+  config_.follow([this](auto const& slice, auto const& chip) {
+    status_.chipConfigChanged(slice, chip);
+  });
+  hwStatus_.follow();
+  system_.follow();
+  resetStatus_.follow();
+  sliceLauncher_.follow();
+  chipLauncher_.follow();
+  featureLauncher_.follow();
+}
+
+}  // namespace Oru::Mount
