@@ -28,6 +28,13 @@ class ChildCollection {
     bool disturbed;
   };
 
+  ChildCollection() = default;
+  ChildCollection(ChildCollection const&) = delete;
+  ChildCollection& operator=(ChildCollection const&) = delete;
+  // A parent whose constructor threw goes without parentGone(): its children, too, may look at the
+  // collection while they go.
+  ~ChildCollection() { childDelAll(); }
+
   Vunda::Ptr<Child> child(Key const& key) const { return children_.value(key); }
   std::uint32_t size() const noexcept { return children_.size(); }
   typename Map::Iterator iterator() const noexcept { return children_.iterator(); }
@@ -66,8 +73,11 @@ class ChildCollection {
     if (!children_.deleteMember(key, removed)) static_cast<void>(underConstruction(key));
     return removed;
   }
-  // Removes all, one after the other.
-  void childDelAll() noexcept { children_.memberDelAll(); }
+  // Removes all, one after the other; whatever is under construction counts as disturbed.
+  void childDelAll() noexcept {
+    for (Construction* at = newest_; at; at = at->outer) at->disturbed = true;
+    children_.memberDelAll();
+  }
 
   // The parent is being destroyed: removes all. A child that somebody else still holds would
   // outlive its parent, which the back pointers forbid.
