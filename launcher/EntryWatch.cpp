@@ -1,0 +1,159 @@
+#include "launcher/EntryWatch.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "launcher/LauncherEntry.h"
+#include "mount/Json.h"
+
+namespace Oru::Launcher {
+
+namespace {
+
+using Mount::Backend;
+using Mount::TreePath;
+using Activity = Mount::ProblemList::Activity;
+
+TreePath const root{"launcher"};
+
+TreePath pathOf(AgentKind kind) { return root / toString(kind); }
+
+TreePath pathOf(AgentId const& id) { return pathOf(id.kind) / id.name; }
+
+}  // namespace
+
+EntryWatch::EntryWatch(Backend& backend, Mount::ProblemList& problems, Clock& clock,
+                       ProcessTable& table)
+    : backend_(backend), problems_(problems), clock_(clock), table_(table) {
+  for (AgentKind const kind : agentKinds) directories_[kind];
+}
+
+void EntryWatch::start() {
+  watch_ = backend_.watch(root, *this);
+  lookAtAll();
+}
+
+void EntryWatch::changed(std::vector<Backend::Change> const& changes) {
+  std::set<AgentKind> kinds;
+  for (Backend::Change const& change : changes) {
+    if (change.path.size() < 2) return lookAtAll();
+    auto const kind = agentKind(change.path[1]);
+    if (!kind) continue;
+    bool const isEntry = change.path.size() == 3 && change.kind == Backend::Kind::value;
+    // An entry may be missing because all are: the directory knows.
+    if (!isEntry || !lookAt(AgentId{*kind, change.path[2]})) kinds.insert(*kind);
+  }
+  for (AgentKind const kind : kinds) lookAt(kind);
+}
+
+void EntryWatch::rootLost(std::string const& reason) {
+  problems_.report(Activity::watch, {}, {}, reason);
+  for (auto& [kind, directory] : directories_) {
+    directory.settling = true;
+    directory.settled.reset();
+  }
+}
+
+void EntryWatch::rootBack() { problems_.clear(Activity::watch, {}); }
+
+void EntryWatch::watchLost(TreePath const& path, std::string const& reason) {
+  problems_.report(Activity::watch, path.text(), {}, reason);
+}
+
+void EntryWatch::watchBack(TreePath const& path) { problems_.clear(Activity::watch, path.text()); }
+
+void EntryWatch::lookAtAll() {
+  for (AgentKind const kind : agentKinds) lookAt(kind);
+}
+
+void EntryWatch::lookAt(AgentKind kind) {
+  Listing const listing = backend_.list(pathOf(kind));
+  Directory& directory = directories_.at(kind);
+  switch (listing.state) {
+    case Listing::State::absent:
+      directory.settling = !table_.names(kind).empty();
+      directory.settled.reset();
+      problems_.clear(Activity::read, pathOf(kind).text());
+      break;
+    case Listing::State::refused:
+      problems_.report(Activity::read, pathOf(kind).text(), {}, listing.reason);
+      break;
+    case Listing::State::present:
+      problems_.clear(Activity::read, pathOf(kind).text());
+      apply(kind, listing);
+      break;
+  }
+}
+
+void EntryWatch::apply(AgentKind kind, Listing const& listing) {
+  Directory& directory = directories_.at(kind);
+  auto const badBefore = std::exchange(directory.badFiles, {});
+  reportStrays(kind, listing);
+  for (Backend::Member const& member : listing.members) {
+    if (member.kind == Backend::Kind::value) lookAt(AgentId{kind, member.name});
+  }
+  for (std::string const& file : badBefore) {
+    if (!directory.badFiles.contains(file)) problems_.clear(Activity::read, file);
+  }
+  if (directory.settling) return settleLater(kind);
+  agentsOfMissingEntriesEnd(kind, listing);
+}
+
+void EntryWatch::reportStrays(AgentKind kind, Listing const& listing) {
+  for (Backend::Stray const& stray : listing.strays) {
+    bad(kind, pathOf(kind).text() + '/' + stray.fileName, {}, stray.reason);
+  }
+  for (Backend::Member const& member : listing.members) {
+    if (member.kind != Backend::Kind::directory) continue;
+    bad(kind, (pathOf(kind) / member.name).text(), {}, "is a directory");
+  }
+}
+
+bool EntryWatch::lookAt(AgentId const& id) {
+  std::string const file = pathOf(id).valueText();
+  Backend::Reading const reading = backend_.read(pathOf(id));
+  if (reading.state == Backend::Reading::State::absent) return false;
+  if (reading.state == Backend::Reading::State::refused) {
+    bad(id.kind, file, {}, reading.reason);
+    return true;
+  }
+  try {
+    auto const restart = restartOfEntry(reading.text);
+    good(id.kind, file);
+    table_.entryIs(id, restart);
+  } catch (Mount::JsonError const& error) {
+    bad(id.kind, file, error.place(), error.reason());
+  }
+  return true;
+}
+
+void EntryWatch::agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing) {
+  for (std::string const& name : table_.names(kind)) {
+    Backend::Member const entry{name, Backend::Kind::value};
+    bool const isThere =
+        std::find(listing.members.begin(), listing.members.end(), entry) != listing.members.end();
+    if (!isThere) table_.entryDel({kind, name});
+  }
+}
+
+void EntryWatch::settleLater(AgentKind kind) {
+  Directory& directory = directories_.at(kind);
+  if (directory.settled != nullptr) return;
+  directory.settled = clock_.after(settlingTime, [this, kind] {
+    directories_.at(kind).settling = false;
+    directories_.at(kind).settled.reset();
+    lookAt(kind);
+  });
+}
+
+void EntryWatch::bad(AgentKind kind, std::string const& file, std::string const& place,
+                     std::string const& reason) {
+  directories_.at(kind).badFiles.insert(file);
+  problems_.report(Activity::read, file, place, reason);
+}
+
+void EntryWatch::good(AgentKind kind, std::string const& file) {
+  if (directories_.at(kind).badFiles.erase(file) > 0) problems_.clear(Activity::read, file);
+}
+
+}  // namespace Oru::Launcher

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "launcher/AgentId.h"
+#include "launcher/Clock.h"
+#include "launcher/ProcessTable.h"
+#include "mount/Backend.h"
+#include "mount/ProblemList.h"
+
+namespace Oru::Launcher {
+
+// Tells the table which launcher entries there are, from launcher/<kind>/<name> of the state tree.
+//
+//   bad entries      are reported as problems; an agent whose entry turns bad goes on as it is
+//   no directory     says nothing: nobody has written entries, or the tree is away. The agents go on. When the directory
+//                    is back, its writer gets `settlingTime` to put its entries back before those that are missing end
+//                    their agents
+class EntryWatch : private Mount::Backend::Observer {
+ public:
+  static constexpr double settlingTime = 2;  // seconds
+
+  // The references must outlive this.
+  EntryWatch(Mount::Backend& backend, Mount::ProblemList& problems, Clock& clock,
+             ProcessTable& table);
+
+  // Tells what is there now and, from the event loop, what changes.
+  void start();
+
+ private:
+  // What is to be known of the directory of one kind.
+  struct Directory {
+    bool settling = false;           // missing entries end no agents
+    std::unique_ptr<Timer> settled;  // runs while the directory is there
+    std::set<std::string> badFiles;  // with a problem of their own
+  };
+  using Listing = Mount::Backend::Listing;
+
+  void changed(std::vector<Mount::Backend::Change> const& changes) override;
+  void rootLost(std::string const& reason) override;
+  void rootBack() override;
+  void watchLost(Mount::TreePath const& path, std::string const& reason) override;
+  void watchBack(Mount::TreePath const& path) override;
+
+  void lookAtAll();
+  void lookAt(AgentKind kind);
+  void apply(AgentKind kind, Listing const& listing);
+  void reportStrays(AgentKind kind, Listing const& listing);
+  // Returns false when the entry is not there.
+  bool lookAt(AgentId const& id);
+  void agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing);
+  void settleLater(AgentKind kind);
+  void bad(AgentKind kind, std::string const& file, std::string const& place,
+           std::string const& reason);
+  void good(AgentKind kind, std::string const& file);
+
+  Mount::Backend& backend_;
+  Mount::ProblemList& problems_;
+  Clock& clock_;
+  ProcessTable& table_;
+  std::map<AgentKind, Directory> directories_;
+  std::unique_ptr<Mount::Backend::Watch> watch_;
+};
+
+}  // namespace Oru::Launcher

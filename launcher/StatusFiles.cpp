@@ -1,0 +1,80 @@
+#include "launcher/StatusFiles.h"
+
+#include <system_error>
+#include <utility>
+
+#include "launcher/AgentStatusJson.h"
+#include "mount/Json.h"
+
+namespace Oru::Launcher {
+
+namespace {
+
+using Mount::Backend;
+using Mount::TreePath;
+
+TreePath const root{"launcher-status"};
+
+TreePath pathOf(AgentId const& id) { return root / toString(id.kind) / id.name; }
+
+}  // namespace
+
+StatusFiles::StatusFiles(Backend& backend, Mount::WriteQueue& queue, ProcessTable& table,
+                         std::function<void()> onRootBack)
+    : backend_(backend), queue_(queue), table_(table), onRootBack_(std::move(onRootBack)) {}
+
+std::map<AgentId, AgentStatus> StatusFiles::records() const {
+  std::map<AgentId, AgentStatus> records;
+  for (AgentId const& id : filesThere()) {
+    Backend::Reading const reading = backend_.read(pathOf(id));
+    try {
+      records.emplace(id, agentStatusOf(reading.text));
+    } catch (Mount::JsonError const&) {
+      // Written over or removed by start(); its process, if it runs, is found by its mark.
+    }
+  }
+  return records;
+}
+
+void StatusFiles::start() {
+  watch_ = backend_.watch(root, *this);
+  tellAll();
+}
+
+void StatusFiles::tell(AgentId const& id) {
+  queue_.wish(Backend::Kind::value, pathOf(id), [this, id] { return write(id); });
+}
+
+void StatusFiles::changed(std::vector<Backend::Change> const& changes) {
+  for (Backend::Change const& change : changes) {
+    auto const kind = change.path.size() == 3 ? agentKind(change.path[1]) : std::nullopt;
+    if (!kind) return tellAll();
+    tell({*kind, change.path[2]});
+  }
+}
+
+std::vector<AgentId> StatusFiles::filesThere() const {
+  std::vector<AgentId> files;
+  for (AgentKind const kind : agentKinds) {
+    for (Backend::Member const& member : backend_.list(root / toString(kind)).members) {
+      if (member.kind == Backend::Kind::value) files.push_back({kind, member.name});
+    }
+  }
+  return files;
+}
+
+void StatusFiles::tellAll() {
+  for (AgentId const& id : filesThere()) tell(id);
+  for (AgentKind const kind : agentKinds) {
+    for (std::string const& name : table_.names(kind)) tell({kind, name});
+  }
+}
+
+std::error_code StatusFiles::write(AgentId const& id) {
+  AgentStatus const* status = table_.status(id);
+  if (status != nullptr) return backend_.put(pathOf(id), jsonOf(*status));
+  table_.forgetIfGone(id);
+  return backend_.remove(pathOf(id));
+}
+
+}  // namespace Oru::Launcher
