@@ -94,6 +94,7 @@ bool CentralSliceSm::isConfigured(String const& chipName) const {
 }
 
 void CentralSliceSm::deleteChipSmsNotConfigured() {
+  chipSm_.disturbConstructions();
   for (auto chip = chipSm_.iterator(); chip; ++chip) {
     String const chipName = chip.key();
     if (isConfigured(chipName)) continue;

@@ -75,8 +75,13 @@ class ChildCollection {
   }
   // Removes all, one after the other; whatever is under construction counts as disturbed.
   void childDelAll() noexcept {
-    for (Construction* at = newest_; at; at = at->outer) at->disturbed = true;
+    disturbConstructions();
     children_.memberDelAll();
+  }
+  // For a parent that goes through its children: what is under construction cannot take part yet,
+  // and counts as disturbed.
+  void disturbConstructions() noexcept {
+    for (Construction* at = newest_; at; at = at->outer) at->disturbed = true;
   }
 
   // The parent is being destroyed: removes all. A child that somebody else still holds would

@@ -160,6 +160,12 @@ TEST_F(ChildCollectionTest, RemovingAllDisturbsEveryConstruction) {
               ElementsAre("a initial", "b initial", "root disturbed", "root disturbed"));
 }
 
+TEST_F(ChildCollectionTest, APassOverTheChildrenDisturbsEveryConstruction) {
+  onEvent("a initial", [&] { items().disturbConstructions(); });
+  root_->itemIs("a", dir_);
+  EXPECT_THAT(story_.events, ElementsAre("a initial", "root disturbed"));
+}
+
 TEST_F(ChildCollectionTest, OtherKeysMayBeBuiltDuringAConstructionAndDoNotDisturbIt) {
   onEvent("a initial", [&] {
     root_->itemIs("b", dir_);
