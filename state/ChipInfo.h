@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "runtime/kesh/HashMap2018.h"
 #include "runtime/vunda/Duration.h"
 #include "runtime/vunda/Export.h"

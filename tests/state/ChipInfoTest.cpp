@@ -5,7 +5,10 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <string>
 #include <vector>
+
+#include "tests/support/HeapProbe.h"
 
 namespace {
 
@@ -84,6 +87,18 @@ TEST(ChipInfo, AGenerationThatIsNotANumberEqualsNothing) {
   info.genTimeIs(Duration(std::numeric_limits<double>::quiet_NaN()));
   ChipInfo const copy = info;
   EXPECT_FALSE(info.isEq(copy));
+}
+
+TEST(ChipInfo, TakesInterfacesWithoutAllocationOnceThereIsRoom) {
+  std::vector<IntfId> intfs;
+  for (int i = 0; i < 64; ++i) intfs.push_back(intfOf(String("Room" + std::to_string(i))));
+  ChipInfo info = fullInfo();
+  info.intfIdReserve(2 + 64);
+  EXPECT_EQ(info, fullInfo());
+  auto const before = OruTest::heapAllocations();
+  for (IntfId intf : intfs) info.intfIdIs(intf, true);
+  EXPECT_EQ(OruTest::heapAllocations(), before);
+  EXPECT_EQ(info.intfId().size(), 2U + 64U);
 }
 
 TEST(ChipInfo, CopiesAreIndependent) {

@@ -130,6 +130,14 @@ TEST(PortHwConfig, HoldsItsInterfaceNameAndAnnouncesNothing) {
   EXPECT_EQ(port->publisher(), nullptr);
 }
 
+TEST(PortHwConfig, FindsTheIdOfItsInterface) {
+  Lanko::IntfId intf;
+  intf.handleInitialized("Ethernet1");
+  EXPECT_EQ(makeNode<PortHwConfig>("Ethernet1")->intfId(), intf);
+  EXPECT_NE(makeNode<PortHwConfig>("Ethernet2")->intfId(), intf);
+  EXPECT_FALSE(makeNode<PortHwConfig>("")->intfId().valid());
+}
+
 TEST(SliceHwStatus, GenTimeIsWrittenAndAnnouncedOnChange) {
   auto const status = makeNode<SliceHwStatus>("Slice1");
   expectAttribute(
