@@ -159,13 +159,6 @@ class Reader {
   unsigned nextId_ = 0;
 };
 
-// Braces have a meaning for the launcher.
-std::string withDoubledBraces(std::string_view text) {
-  std::string result;
-  for (char const c : text) result.append(c == '{' || c == '}' ? 2 : 1, c);
-  return result;
-}
-
 void replaceHere(json& value, std::string const& folder) {
   if (value.is_structured()) {
     for (auto& member : value) replaceHere(member, folder);

@@ -72,4 +72,10 @@ std::string expanded(std::string_view text, Placeholders const& values) {
   }
 }
 
+std::string withDoubledBraces(std::string_view text) {
+  std::string result;
+  for (char const c : text) result.append(c == '{' || c == '}' ? 2 : 1, c);
+  return result;
+}
+
 }  // namespace Oru::Sim

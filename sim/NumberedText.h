@@ -19,4 +19,7 @@ using Placeholders = std::map<std::string, unsigned, std::less<>>;
 // not known and on a brace without its partner.
 std::string expanded(std::string_view text, Placeholders const& values);
 
+// `text` as it must be written where braces stand for placeholders.
+std::string withDoubledBraces(std::string_view text);
+
 }  // namespace Oru::Sim

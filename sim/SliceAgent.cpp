@@ -1,0 +1,61 @@
+#include "sim/SampleAgents.h"
+
+namespace Oru::Sim {
+
+namespace {
+
+using Mount::TreePath;
+using nlohmann::json;
+
+class SliceAgent final : public SampleAgent {
+ public:
+  explicit SliceAgent(AgentOptions options)
+      : SampleAgent(std::move(options)),
+        hwConfig_{"hw", "config", name()},
+        status_(tree().tree(), name()) {
+    watch({"hw", "config"});
+  }
+
+ private:
+  void look() override {
+    auto const board = read(hwConfig_);
+    if (!board || behaviour().mode == AgentBehaviour::Mode::leave) {
+      notReady();
+      withdraw();
+    } else if (readyFor("board")) {
+      announce(*board);
+    }
+  }
+
+  void stop() override {
+    if (tree().read(hwConfig_).state == Mount::Backend::Reading::State::absent) withdraw();
+  }
+
+  void announce(json const& board) {
+    if (!status_.exists()) log("the board is there");
+    std::error_code error = status_.make();
+    auto const chips = board.find("chips");
+    if (chips == board.end() || !chips->is_object()) return;
+    for (auto const& [chip, description] : chips->items()) {
+      if (!error) error = status_.putFirst(chip, R"({"genTime": 0, "intfToPortId": {}})");
+    }
+    if (error) log("cannot write its status: " + error.message());
+  }
+
+  void withdraw() {
+    if (!status_.exists()) return;
+    log("the board is gone");
+    if (auto const error = status_.remove()) log("cannot remove its status: " + error.message());
+  }
+
+  TreePath const hwConfig_;
+  StatusFolder const status_;
+};
+
+}  // namespace
+
+std::unique_ptr<SampleAgent> makeSliceAgent(AgentOptions options) {
+  return std::make_unique<SliceAgent>(std::move(options));
+}
+
+}  // namespace Oru::Sim
