@@ -41,7 +41,7 @@ void* AllocTrackTypeInfo::allocate(AllocTrackTypeInfo& type, std::size_t size) {
 void AllocTrackTypeInfo::release(AllocTrackTypeInfo& type, void* memory,
                                  std::size_t size) noexcept {
   trackDeallocation(type, size, 1);
-  ::operator delete(memory, size);
+  ::operator delete(memory);
 }
 
 AllocTrackTypeInfo const* AllocTrackTypeInfo::first() noexcept {
