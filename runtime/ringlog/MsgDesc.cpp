@@ -39,7 +39,7 @@ bool MsgDesc::finish() {
                                         static_cast<std::uint16_t>(text_.size()),
                                         static_cast<std::uint8_t>(codes_.text().size()),
                                         style_};
-  std::string texts(sourceFile_);
+  std::string texts = sourceFile_;
   texts.append(function_).append(codes_.text()).append(text_);
   bool const described = file_.describe(ensuredId(id_), description, texts);
   if (described) file_.calibrate();

@@ -13,7 +13,7 @@
 namespace Ringlog {
 
 // The type codes of a message's arguments, in order; at most `maxArguments`.
-class MsgFormatString {
+class ORU_EXPORT MsgFormatString {
  public:
   MsgFormatString& put(TypeCode code) noexcept;
   std::string_view text() const noexcept { return {codes_.data(), count_}; }
@@ -49,7 +49,7 @@ class ORU_EXPORT MsgDesc {
  private:
   TraceFile& file_;
   MsgId& id_;
-  std::string_view sourceFile_;
+  std::string sourceFile_;
   unsigned line_;
   MsgFormatString codes_;
   std::string function_;
