@@ -275,6 +275,9 @@ void HashMap2018Generic::verify() const {
     ORU_ASSERT(isOccupied(entry(at - 1)));
   }
   ORU_ASSERT(kept <= size_ - live_ && (iterators_ != 0 || kept == 0));
+  if (iterators_ != 0) return;
+  ORU_ASSERT(size_ == 0 || isLive(entry(size_ - 1)));
+  ORU_ASSERT(!tooManyAreDead());
 }
 
 }  // namespace Kesh

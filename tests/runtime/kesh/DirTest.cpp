@@ -242,6 +242,23 @@ TEST_F(DirTest, MayBeChangedFromWithinANotification) {
   EXPECT_THAT(namesVisited(), ElementsAre("b"));
 }
 
+TEST_F(DirTest, WhatTheCallerPassedMayChangeDuringTheNotification) {
+  Ptr<Entity> given = makeNode<Plain>("a");
+  String name("a");
+  CallbackSlot const changing(*dir_, [&](auto const&) {
+    given = nullptr;
+    name = String("another");
+  });
+  std::vector<bool> told;
+  CallbackSlot const last(*dir_, [&](auto const& change) {
+    told.push_back(*static_cast<String const*>(change.key) == String("a"));
+    if (change.value) told.push_back(*static_cast<Ptr<Entity> const*>(change.value) != nullptr);
+  });
+  dir_->entityIs(given);
+  dir_->deleteEntity(name = String("a"));
+  EXPECT_THAT(told, ElementsAre(true, true, true));
+}
+
 TEST_F(DirTest, AFailedAllocationCreatesNothingAndAnnouncesNothing) {
   String const name("a name");
   slot_.leave();

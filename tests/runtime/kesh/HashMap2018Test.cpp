@@ -363,18 +363,17 @@ TEST(HashMap2018, ReservedRoomNeedsNoFurtherGrowth) {
   EXPECT_EQ(heapAllocations(), before);
 }
 
-TEST(HashMap2018, ReservesRoomWhileAnIteratorStandsOnARemovedMember) {
-  Names map = abcd();
+TEST(HashMap2018, ReservesRoomForThatManyMembersBesideTheRemovedOnesThatAnIteratorKeeps) {
+  Numbers map;
+  for (std::uint32_t i = 1000; i < 1004; ++i) map.newMember(i, 0);
   auto it = map.iterator();
-  map.deleteMember("a");
-  map.reserve(50);
+  map.deleteMember(1000);
+  map.reserve(64);
   map.verify();
-  EXPECT_EQ(it.key(), String("a"));
+  EXPECT_EQ(it.key(), 1000U);
   auto const before = heapAllocations();
-  for (int i = 0; i < 47; ++i) {
-    map.newMember(String(), i);
-    map.deleteMember(String());
-  }
+  for (std::uint32_t i = 0; i < 61; ++i) map.newMember(i, 0);
+  EXPECT_EQ(map.size(), 64U);
   EXPECT_EQ(heapAllocations(), before);
 }
 
@@ -451,6 +450,11 @@ TEST(HashMap2018DeathTest, CannotBeAssignedToWhileItIsIterated) {
 
 // --- the typed face ------------------------------------------------------------------------------
 
+TEST(HashMap2018DeathTest, ANewMemberMustBeAbsent) {
+  Names map = abcd();
+  EXPECT_DEATH(map.newMember("a", 1), "Assertion `isNew' failed");
+}
+
 TEST(HashMap2018, LooksUpByKey) {
   Names const map = abcd();
   EXPECT_EQ(map.size(), 4U);
@@ -499,6 +503,16 @@ TEST(HashMap2018, AKeyReadFromAMemberMayNameTheMemberToInsertOrRemove) {
   EXPECT_THAT(contents(map), ElementsAre(Pair("a", 7), Pair("b", 7), Pair("c", 7), Pair("d", 7)));
   map.deleteMember(map.iterator().currNodeNonStale()->key());
   EXPECT_FALSE(map.has("a"));
+}
+
+TEST(HashMap2018, TheKeyOfARemovedMemberMayNameItsReinsertionThatMakesTheCollectionGrow) {
+  Names map = abcd();
+  auto it = map.iterator();
+  map.deleteMember("a");
+  EXPECT_TRUE(map.memberIs(it.key(), 9));
+  map.verify();
+  EXPECT_EQ(map.value("a"), 9);
+  EXPECT_EQ(it.key(), String("a"));
 }
 
 TEST(HashMap2018, ACopyHoldsTheMembersInTheSameOrderAndIsItsOwn) {

@@ -18,6 +18,7 @@ using OruTest::Announcer;
 using OruTest::CallbackSlot;
 using OruTest::FailingAllocation;
 using OruTest::heapAllocations;
+using OruTest::heapLive;
 using OruTest::Sample;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -288,6 +289,29 @@ TEST(Publisher, PublishingAllocatesNothing) {
   node->announce();
   EXPECT_EQ(heapAllocations(), before);
   EXPECT_EQ(calls, 4);
+}
+
+TEST_F(PublisherDelivery, UsesTheRoomAgainOfThoseThatLeftDuringIt) {
+  onA_ = [this] {
+    b_.leave();
+    b_.listenTo(*node_);
+  };
+  calls_.reserve(10000);
+  auto const before = heapAllocations();
+  for (int i = 0; i < 1000; ++i) node_->announce();
+  EXPECT_LE(heapAllocations(), before + 1);
+}
+
+TEST(Publisher, GivesBackAllRoomThatItGrewTo) {
+  auto const live = heapLive();
+  {
+    auto const node = makeNode<Announcer>();
+    std::vector<std::unique_ptr<CallbackSlot>> slots;
+    for (int i = 0; i < 20; ++i) {
+      slots.push_back(std::make_unique<CallbackSlot>(*node, [](auto const&) {}));
+    }
+  }
+  EXPECT_EQ(heapLive(), live);
 }
 
 TEST_F(PublisherDelivery, AFailedAllocationAddsNoSubscriber) {
