@@ -12,8 +12,8 @@
 
 namespace Oru::Launcher {
 
-// What a launcher writes into the environment of the processes that it starts, so that it finds them again even when it
-// ended before it could record them. Agents may read it too.
+// What a launcher writes into the environment of the processes that it starts, so that it finds
+// them again even when it ended before it could record them. Agents may read it too.
 //
 //   ORU_TREE         absolute path of the state tree
 //   ORU_AGENT_KIND   slice, chip or feature
@@ -25,7 +25,8 @@ struct AgentMark {
   std::uint64_t start = 0;
 
   void addTo(std::map<std::string, std::string>& environment) const;
-  // From NAME=value texts, each ended by a NUL; nothing when one is missing or is none of the above.
+  // From NAME=value texts, each ended by a NUL; nothing when one is missing or is none of the
+  // above.
   static std::optional<AgentMark> parse(std::string_view environment);
 
   friend bool operator==(AgentMark const&, AgentMark const&) = default;
@@ -40,7 +41,8 @@ struct MarkedProcess {
   bool leadsItsGroup() const { return group == identity.pid; }
 };
 
-// The running processes with a mark of this tree, latest start first; of one start, the oldest process first.
+// The running processes with a mark of this tree, latest start first; of one start, the oldest
+// process first.
 std::vector<MarkedProcess> markedProcesses(std::string const& tree);
 
 }  // namespace Oru::Launcher

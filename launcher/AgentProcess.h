@@ -50,14 +50,15 @@ class AgentProcess {
   AgentProcess(AgentProcess const&) = delete;
   AgentProcess& operator=(AgentProcess const&) = delete;
 
-  // Takes up what an earlier launcher recorded: watches its process if that still runs. Entry and record are compared at
-  // entryIs(); without an entry the agent is to be stopped with entryDel().
+  // Takes up what an earlier launcher recorded: watches its process if that still runs. Entry and
+  // record are compared at entryIs(); without an entry the agent is to be stopped with entryDel().
   void restore(AgentStatus const& record);
-  // Takes up a process that was started by an earlier launcher and is in no record. Nothing when it is gone, when one
-  // is watched already, or when the record is not older than that start.
+  // Takes up a process that was started by an earlier launcher and is in no record. Nothing when it
+  // is gone, when one is watched already, or when the record is not older than that start.
   void adopt(ProcessIdentity const& identity, std::uint64_t startNumber);
 
-  // The entry is there, with this restart number, if any. A number other than the one before asks for a restart.
+  // The entry is there, with this restart number, if any. A number other than the one before asks
+  // for a restart.
   void entryIs(std::optional<double> restart);
   // `why` is for the log.
   void entryDel(std::string const& why = "its entry is gone");
@@ -90,8 +91,8 @@ class AgentProcess {
   AgentId const id_;
   Surroundings const around_;
   bool hasEntry_ = false;
-  bool restartKnown_ =
-      true;  // not of a process that is in no record: its entry's number is then taken as carried out
+  // Not of a process that is in no record: its entry's number is then taken as carried out.
+  bool restartKnown_ = true;
   AgentStatus status_;
   Backoff backoff_;
   std::unique_ptr<Process> process_;  // exactly in running and stopping

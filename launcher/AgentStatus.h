@@ -11,8 +11,8 @@ namespace Oru::Launcher {
 // gone: neither entry nor process; nobody sees it in a status file.
 enum class AgentState { gone, running, stopping, backoff, failed };
 
-// What is known of one agent's process: what its file in launcher-status/ says, and what a launcher that is started
-// again needs to find the process. Times are wall-clock seconds.
+// What is known of one agent's process: what its file in launcher-status/ says, and what a launcher
+// that is started again needs to find the process. Times are wall-clock seconds.
 struct AgentStatus {
   struct Exit {
     ProcessEnd end;

@@ -7,8 +7,8 @@
 
 namespace Oru::Launcher {
 
-// The text of a file in launcher-status/, and back; docs/state-tree.md explains the fields. What was written is read
-// back as it was.
+// The text of a file in launcher-status/, and back; docs/state-tree.md explains the fields. What
+// was written is read back as it was.
 std::string jsonOf(AgentStatus const& status);
 // Raises Mount::JsonError.
 AgentStatus agentStatusOf(std::string_view json);

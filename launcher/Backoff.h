@@ -17,7 +17,8 @@ struct BackoffLimits {
 // The series of delays of one agent.
 class Backoff {
  public:
-  // The delay, in seconds, after a run of `ranFor` seconds; the next one will be longer, unless the run is stable.
+  // The delay, in seconds, after a run of `ranFor` seconds; the next one will be longer, unless the
+  // run is stable.
   double delayAfter(double ranFor, BackoffLimits const& limits);
   // The next delay is the initial one again.
   void reset() { delay_ = 0; }

@@ -14,7 +14,8 @@ struct AgentLimits {
   friend bool operator==(AgentLimits const&, AgentLimits const&) = default;
 };
 
-// Knows how agents are started. Asked anew for each start, so that a changed configuration counts from then on.
+// Knows how agents are started. Asked anew for each start, so that a changed configuration counts
+// from then on.
 class CommandSource {
  public:
   CommandSource() = default;

@@ -8,8 +8,9 @@
 
 namespace Oru::Launcher {
 
-// Commands as the configuration says them, for one state tree; outputs go to <log directory>/<kind>-<name>.log (the name
-// as in file names of the tree) if there is such a directory.
+// Commands as the configuration says them, for one state tree; outputs go to <log
+// directory>/<kind>-<name>.log (the name as in file names of the tree) if there is such a
+// directory.
 class ConfiguredCommands : public CommandSource {
  public:
   ConfiguredCommands(LauncherConfig config, std::string tree, std::string logDirectory)

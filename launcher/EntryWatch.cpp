@@ -36,7 +36,10 @@ void EntryWatch::start() {
 void EntryWatch::changed(std::vector<Backend::Change> const& changes) {
   std::set<AgentKind> kinds;
   for (Backend::Change const& change : changes) {
-    if (change.path.size() < 2) return lookAtAll();
+    if (change.path.size() < 2) {
+      settleAll();
+      return lookAtAll();
+    }
     auto const kind = agentKind(change.path[1]);
     if (!kind) continue;
     bool const isEntry = change.path.size() == 3 && change.kind == Backend::Kind::value;
@@ -48,10 +51,7 @@ void EntryWatch::changed(std::vector<Backend::Change> const& changes) {
 
 void EntryWatch::rootLost(std::string const& reason) {
   problems_.report(Activity::watch, {}, {}, reason);
-  for (auto& [kind, directory] : directories_) {
-    directory.settling = true;
-    directory.settled.reset();
-  }
+  settleAll();
 }
 
 void EntryWatch::rootBack() { problems_.clear(Activity::watch, {}); }
@@ -69,19 +69,16 @@ void EntryWatch::lookAtAll() {
 void EntryWatch::lookAt(AgentKind kind) {
   Listing const listing = backend_.list(pathOf(kind));
   Directory& directory = directories_.at(kind);
-  switch (listing.state) {
-    case Listing::State::absent:
-      directory.settling = !table_.names(kind).empty();
-      directory.settled.reset();
-      problems_.clear(Activity::read, pathOf(kind).text());
-      break;
-    case Listing::State::refused:
-      problems_.report(Activity::read, pathOf(kind).text(), {}, listing.reason);
-      break;
-    case Listing::State::present:
-      problems_.clear(Activity::read, pathOf(kind).text());
-      apply(kind, listing);
-      break;
+  std::string const file = pathOf(kind).text();
+  if (listing.state == Listing::State::absent) {
+    directory.settling = !table_.names(kind).empty();
+    directory.settled.reset();
+    problems_.clear(Activity::read, file);
+  } else if (listing.state == Listing::State::present) {
+    problems_.clear(Activity::read, file);
+    apply(kind, listing);
+  } else {
+    problems_.report(Activity::read, file, {}, listing.reason);
   }
 }
 
@@ -113,7 +110,7 @@ bool EntryWatch::lookAt(AgentId const& id) {
   std::string const file = pathOf(id).valueText();
   Backend::Reading const reading = backend_.read(pathOf(id));
   if (reading.state == Backend::Reading::State::absent) return false;
-  if (reading.state == Backend::Reading::State::refused) {
+  if (reading.state != Backend::Reading::State::present) {
     bad(id.kind, file, {}, reading.reason);
     return true;
   }
@@ -133,6 +130,13 @@ void EntryWatch::agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listin
     bool const isThere =
         std::find(listing.members.begin(), listing.members.end(), entry) != listing.members.end();
     if (!isThere) table_.entryDel({kind, name});
+  }
+}
+
+void EntryWatch::settleAll() {
+  for (auto& [kind, directory] : directories_) {
+    directory.settling = !table_.names(kind).empty();
+    directory.settled.reset();
   }
 }
 

@@ -17,9 +17,9 @@ namespace Oru::Launcher {
 // Tells the table which launcher entries there are, from launcher/<kind>/<name> of the state tree.
 //
 //   bad entries      are reported as problems; an agent whose entry turns bad goes on as it is
-//   no directory     says nothing: nobody has written entries, or the tree is away. The agents go on. When the directory
-//                    is back, its writer gets `settlingTime` to put its entries back before those that are missing end
-//                    their agents
+//   no directory     says nothing: nobody has written entries, or the tree is away. The agents go
+//                    on. When the directory is there again, its writer gets `settlingTime` to put
+//                    its entries back before those that are missing end their agents
 class EntryWatch : private Mount::Backend::Observer {
  public:
   static constexpr double settlingTime = 2;  // seconds
@@ -53,6 +53,8 @@ class EntryWatch : private Mount::Backend::Observer {
   // Returns false when the entry is not there.
   bool lookAt(AgentId const& id);
   void agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing);
+  // All directories may be new.
+  void settleAll();
   void settleLater(AgentKind kind);
   void bad(AgentKind kind, std::string const& file, std::string const& place,
            std::string const& reason);

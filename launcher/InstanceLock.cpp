@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -37,6 +38,13 @@ InstanceLock::InstanceLock(std::string const& file)
     // The number is only for the message; a full disk must not keep the launcher from running.
     return;
   }
+}
+
+bool InstanceLock::isOn(std::string const& file) const {
+  struct stat mine {};
+  struct stat named {};
+  return fstat(file_.get(), &mine) == 0 && lstat(file.c_str(), &named) == 0 &&
+         mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
 }
 
 }  // namespace Oru::Launcher

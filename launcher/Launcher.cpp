@@ -33,7 +33,7 @@ Launcher::Launcher(Mount::EventLoop& loop, Options options, LauncherConfig confi
       commands_(std::move(config), options_.tree, options_.logDirectory),
       table_(processes_, clock_, commands_,
              [this](AgentId const& id, std::string const& event) { handleChange(id, event); }),
-      statusFiles_(backend_, queue_, table_, [this] { handleRootBack(); }) {}
+      statusFiles_(backend_, queue_, table_, [this] { holdLock(); }) {}
 
 void Launcher::start() {
   watchSignals();
@@ -74,8 +74,9 @@ void Launcher::handleChange(AgentId const& id, std::string const& event) {
   });
 }
 
-void Launcher::handleRootBack() {
-  // The tree may be a new one, with a new lock file.
+// Somebody may have put another folder in the tree's place.
+void Launcher::holdLock() {
+  if (lock_ && lock_->isOn(lockFile(options_.tree))) return;
   lock_.reset();
   try {
     lock_.emplace(lockFile(options_.tree));

@@ -23,7 +23,8 @@ namespace Oru::Launcher {
 // The codes with which oru-launcher ends.
 enum ExitCode { ended = 0, failed = 1, usage = 2, badConfig = 3, locked = 4 };
 
-// The whole program on one event loop. Signals: SIGTERM and SIGINT end it, SIGHUP reads the configuration again.
+// The whole program on one event loop. Signals: SIGTERM and SIGINT end it, SIGHUP reads the
+// configuration again.
 class Launcher {
  public:
   struct Options {
@@ -36,15 +37,15 @@ class Launcher {
   // Raises LockedError when another launcher serves the tree.
   Launcher(Mount::EventLoop& loop, Options options, LauncherConfig config);
 
-  // Takes up what an earlier launcher has left, starts what has entries and tells the service manager that it is ready.
-  // Everything else comes from the loop, which ends with an ExitCode.
+  // Takes up what an earlier launcher has left, starts what has entries and tells the service
+  // manager that it is ready. Everything else comes from the loop, which ends with an ExitCode.
   void start();
 
  private:
   void takeUpAgents();
   void watchSignals();
   void handleChange(AgentId const& id, std::string const& event);
-  void handleRootBack();
+  void holdLock();
   void end();
   void endIfNothingRuns();
   void reload();

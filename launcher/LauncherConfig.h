@@ -23,7 +23,8 @@ class ConfigError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// How agents are started: a JSON object with one member for each kind of agents that this launcher runs.
+// How agents are started: a JSON object with one member for each kind of agents that this launcher
+// runs.
 //
 //   {"chip": {"argv": ["chip-agent", "--name={name}", "--tree={tree}"],
 //             "environment": {"LEVEL": "2"},       added to the launcher's own
@@ -32,9 +33,10 @@ class ConfigError : public std::runtime_error {
 //             "backoff": {"initial": 0.5, "factor": 2, "max": 30, "stable": 10},
 //             "names": {"Chip7": {...}}}}          what differs for single agents: the same members
 //
-// All members may be left out; "argv" may only if every agent of the kind has one in "names". An environment in "names"
-// is added to that of the kind. The values above but argv, environment and directory are those that hold by default.
-// Texts may hold the placeholders of TextTemplate. Whatever else is in the file is refused.
+// All members may be left out; "argv" may only if every agent of the kind has one in "names". An
+// environment in "names" is added to that of the kind. The values above but argv, environment and
+// directory are those that hold by default. Texts may hold the placeholders of TextTemplate.
+// Whatever else is in the file is refused.
 class LauncherConfig {
  public:
   // No kind is configured.
@@ -43,7 +45,8 @@ class LauncherConfig {
   static LauncherConfig parse(std::string_view text, std::string const& file);
   static LauncherConfig load(std::string const& file);
 
-  // Raises StartError when there is no command for the agent. `tree` is the absolute path of the state tree.
+  // Raises StartError when there is no command for the agent. `tree` is the absolute path of the
+  // state tree.
   Command commandFor(AgentId const& id, std::string_view tree) const;
   AgentLimits limitsFor(AgentId const& id) const;
 

@@ -10,8 +10,8 @@ namespace Oru::Launcher {
 
 // The C library's own declarations of these calls lack their C linkage in some releases.
 
-// A descriptor that refers to the process for good, and is readable once it has ended; none, with errno, when there is no
-// such process.
+// A descriptor that refers to the process for good, and is readable once it has ended; none, with
+// errno, when there is no such process.
 inline Mount::UniqueFd openProcess(pid_t pid) {
   return Mount::UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
 }

@@ -14,8 +14,8 @@
 
 namespace Oru::Launcher {
 
-// Which process, for good: a process number alone is given again to another process, and counting starts afresh with
-// every boot.
+// Which process, for good: a process number alone is given again to another process, and counting
+// starts afresh with every boot.
 struct ProcessIdentity {
   pid_t pid = 0;
   std::uint64_t startTicks = 0;  // clock ticks from the boot to the process's start
@@ -56,7 +56,8 @@ class StartError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// A watched process, leader of its own process group. Destroying this ends the watch, not the process.
+// A watched process, leader of its own process group. Destroying this ends the watch, not the
+// process.
 class Process {
  public:
   Process() = default;
@@ -72,8 +73,8 @@ class Process {
 // Starts processes and finds them again.
 class ProcessHost {
  public:
-  // Called once, when the process has ended and the rest of its group was killed; never from within start() or adopt().
-  // It may destroy the Process.
+  // Called once, when the process has ended and the rest of its group was killed; never from within
+  // start() or adopt(). It may destroy the Process.
   using OnEnd = std::function<void(ProcessEnd const&)>;
 
   ProcessHost() = default;
@@ -81,8 +82,8 @@ class ProcessHost {
   ProcessHost& operator=(ProcessHost const&) = delete;
   virtual ~ProcessHost() = default;
 
-  // `startNumber` marks the process, so that a launcher whose records are older can tell which start it comes from.
-  // Raises StartError.
+  // `startNumber` marks the process, so that a launcher whose records are older can tell which
+  // start it comes from. Raises StartError.
   virtual std::unique_ptr<Process> start(AgentId const& id, std::uint64_t startNumber,
                                          Command const& command, OnEnd onEnd) = 0;
   // Watches a process that an earlier launcher started; null when it does not run any more.

@@ -26,15 +26,16 @@ class ProcessTable : private AgentProcess::Observer {
     friend bool operator==(Counts const&, Counts const&) = default;
   };
 
-  // Hears of every change as it happens: once more there is something in changedAgents(). `event` is for the log.
+  // Hears of every change as it happens: once more there is something in changedAgents(). `event`
+  // is for the log.
   using OnChange = std::function<void(AgentId const& id, std::string const& event)>;
 
   // The references must outlive the table.
   ProcessTable(ProcessHost& processes, Clock& clock, CommandSource const& commands,
                OnChange onChange);
 
-  // The first three are explained at AgentProcess. Agents that were restored or adopted and have no entry go on until
-  // entryDel().
+  // The first three are explained at AgentProcess. Agents that were restored or adopted and have no
+  // entry go on until entryDel().
   void restore(AgentId const& id, AgentStatus const& record);
   void adopt(AgentId const& id, ProcessIdentity const& identity, std::uint64_t startNumber);
   void entryIs(AgentId const& id, std::optional<double> restart);

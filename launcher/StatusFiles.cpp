@@ -20,8 +20,8 @@ TreePath pathOf(AgentId const& id) { return root / toString(id.kind) / id.name; 
 }  // namespace
 
 StatusFiles::StatusFiles(Backend& backend, Mount::WriteQueue& queue, ProcessTable& table,
-                         std::function<void()> onRootBack)
-    : backend_(backend), queue_(queue), table_(table), onRootBack_(std::move(onRootBack)) {}
+                         std::function<void()> onTreeChange)
+    : backend_(backend), queue_(queue), table_(table), onTreeChange_(std::move(onTreeChange)) {}
 
 std::map<AgentId, AgentStatus> StatusFiles::records() const {
   std::map<AgentId, AgentStatus> records;
@@ -48,7 +48,11 @@ void StatusFiles::tell(AgentId const& id) {
 void StatusFiles::changed(std::vector<Backend::Change> const& changes) {
   for (Backend::Change const& change : changes) {
     auto const kind = change.path.size() == 3 ? agentKind(change.path[1]) : std::nullopt;
-    if (!kind) return tellAll();
+    if (!kind) {
+      // The word for the whole directory also comes when the tree was away and is back.
+      onTreeChange_();
+      return tellAll();
+    }
     tell({*kind, change.path[2]});
   }
 }

@@ -14,13 +14,14 @@
 
 namespace Oru::Launcher {
 
-// Keeps launcher-status/<kind>/<name> of the state tree as the table has it: one file for each agent that has an entry
-// or a process. What somebody else changes or removes there is put right.
+// Keeps launcher-status/<kind>/<name> of the state tree as the table has it: one file for each
+// agent that has an entry or a process. What somebody else changes or removes there is put right.
 class StatusFiles : private Mount::Backend::Observer {
  public:
-  // `onRootBack` hears that the tree's folder was away and is there again. The references must outlive this.
+  // `onTreeChange` hears when the tree's folder may be another one than before. The references must
+  // outlive this.
   StatusFiles(Mount::Backend& backend, Mount::WriteQueue& queue, ProcessTable& table,
-              std::function<void()> onRootBack);
+              std::function<void()> onTreeChange);
 
   // What an earlier launcher has left. Files that cannot be read are none.
   std::map<AgentId, AgentStatus> records() const;
@@ -32,7 +33,7 @@ class StatusFiles : private Mount::Backend::Observer {
  private:
   void changed(std::vector<Mount::Backend::Change> const& changes) override;
   void rootLost(std::string const&) override {}
-  void rootBack() override { onRootBack_(); }
+  void rootBack() override {}
   void watchLost(Mount::TreePath const&, std::string const&) override {}
   void watchBack(Mount::TreePath const&) override {}
 
@@ -43,7 +44,7 @@ class StatusFiles : private Mount::Backend::Observer {
   Mount::Backend& backend_;
   Mount::WriteQueue& queue_;
   ProcessTable& table_;
-  std::function<void()> const onRootBack_;
+  std::function<void()> const onTreeChange_;
   std::unique_ptr<Mount::Backend::Watch> watch_;
 };
 

@@ -26,8 +26,8 @@ bool hasEnded(UniqueFd const& process) {
   return poll(&ended, 1, 0) > 0;
 }
 
-// The process, if it still is the one that was identified. Its descriptor is opened first: what it then refers to is
-// what is compared.
+// The process, if it still is the one that was identified. Its descriptor is opened first: what it
+// then refers to is what is compared.
 UniqueFd openIdentified(ProcessIdentity const& identity) {
   if (identity.bootId != bootId()) return {};
   UniqueFd process = openProcess(identity.pid);

@@ -6,9 +6,9 @@
 
 namespace Oru::Launcher {
 
-// A text of the configuration in which {name}, {kind} and {tree} stand for what differs from agent to agent; {{ and }}
-// stand for the braces themselves. What is put in is put in as it is: it is not searched for placeholders again, and no
-// shell sees it.
+// A text of the configuration in which {name}, {kind} and {tree} stand for what differs from agent
+// to agent; {{ and }} stand for the braces themselves. What is put in is put in as it is: it is not
+// searched for placeholders again, and no shell sees it.
 class TextTemplate {
  public:
   struct Values {
@@ -17,7 +17,8 @@ class TextTemplate {
     std::string_view tree;
   };
 
-  // Raises std::invalid_argument ("has ...", of the text) on an unknown placeholder or a brace without its partner.
+  // Raises std::invalid_argument ("has ...", of the text) on an unknown placeholder or a brace
+  // without its partner.
   explicit TextTemplate(std::string_view text);
 
   std::string expand(Values const& values) const;

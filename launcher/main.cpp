@@ -21,12 +21,13 @@ constexpr char const* help = R"(Runs one process for each launcher entry of the 
 
   launcher/slice/NAME.json, launcher/chip/NAME.json, launcher/feature/NAME.json
 
-An agent that ends is started again, after a delay that grows with each end. When its entry goes, its
-process group gets SIGTERM, and SIGKILL after the grace time. {"restart": NUMBER} in the entry asks
-for a restart whenever the number changes. What is known of each process stands in
+An agent that ends is started again, after a delay that grows with each end. When its entry goes,
+its process group gets SIGTERM, and SIGKILL after the grace time. {"restart": NUMBER} in the entry
+asks for a restart whenever the number changes. What is known of each process stands in
 launcher-status/KIND/NAME.json, what is wrong with the entries in problems/oru-launcher.json.
 
-Agents outlive the launcher, unless --stop-agents is given: the next one takes them up as they are.)";
+Agents outlive the launcher, unless --stop-agents is given: the next one takes them up as they are.
+)";
 
 constexpr char const* helpFooter = R"(
 The configuration says how agents are started, for example:

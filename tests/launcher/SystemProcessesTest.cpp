@@ -73,7 +73,8 @@ class SystemProcessesTest : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  // A pipe as a file: whoever opens it waits for the other side, so a script can say that it has come so far.
+  // A pipe as a file: whoever opens it waits for the other side, so a script can say that it has
+  // come so far.
   void makeGate(char const* name) const { ASSERT_EQ(mkfifo(path(name).c_str(), 0600), 0); }
   std::string passGate(char const* name) const { return contents(name); }
 
@@ -218,8 +219,8 @@ TEST_F(SystemProcessesTest, ASignalReachesTheWholeGroup) {
   }
 }
 
-// Started by this process, but watched as one that an earlier launcher has started: its parent is this test, which
-// reaps it where a machine's first process would.
+// Started by this process, but watched as one that an earlier launcher has started: its parent is
+// this test, which reaps it where a machine's first process would.
 class AdoptionTest : public SystemProcessesTest {
  protected:
   ProcessIdentity startForeign(std::string const& text) {

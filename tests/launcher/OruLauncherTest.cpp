@@ -1,0 +1,434 @@
+// The program itself, from outside: entries go in, processes and status files come out.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <stdexcept>
+
+#include "launcher/AgentMark.h"
+#include "launcher/PidFd.h"
+#include "launcher/Spawn.h"
+#include "mount/EventLoop.h"
+#include "mount/FileBackend.h"
+#include "tests/launcher/TemporaryDirectory.h"
+#include "tests/launcher/Waiting.h"
+
+namespace Oru::Launcher {
+namespace {
+
+using Mount::TreePath;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+// Agents for every behaviour: the name of a chip tells which.
+constexpr char const* config = R"json({
+  "slice": {"argv": ["sleep", "1000"]},
+  "chip": {
+    "argv": ["sleep", "1000"], "graceTime": 30,
+    "backoff": {"initial": 0.01, "factor": 1, "max": 0.01, "stable": 30},
+    "names": {
+      "crashes": {"argv": ["sh", "-c", "exit 3"]},
+      "ends": {"argv": ["true"]},
+      "stubborn": {"graceTime": 0.2,
+                   "argv": ["sh", "{tree}/../stubborn", "{tree}"]},
+      "parent": {"argv": ["sh", "-c", "sleep 1000 & sleep 1000"]}}},
+  "feature": {"argv": ["{tree}/../program", "{name}"],
+              "backoff": {"initial": 1000, "factor": 1, "max": 1000}}
+})json";
+
+class OruLauncherTest : public testing::Test, private Mount::Backend::Observer {
+ protected:
+  OruLauncherTest() : tree(std::filesystem::canonical(folder.path()) / "tree") {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    std::filesystem::create_directory(tree);
+    write(folder.path() / "launcher.json", config);
+    write(folder.path() / "stubborn",
+          "trap '' TERM; echo '{}' >$1/ready.json; while :; do sleep 1000; done");
+    backend.emplace(loop, tree);
+    watch = backend->watch({}, *this);
+  }
+
+  ~OruLauncherTest() override {
+    if (launcher > 0) kill(launcher, SIGKILL);
+    for (MarkedProcess const& left : markedProcesses(tree)) kill(left.identity.pid, SIGKILL);
+    while (waitpid(-1, nullptr, 0) > 0) {
+    }
+  }
+
+  static void write(std::filesystem::path const& file, std::string const& text) {
+    std::ofstream(file) << text;
+  }
+
+  // Starts the program and waits until it has taken up what is there.
+  void start(std::vector<std::string> const& more = {}) {
+    launcher = spawnLauncher(more);
+    until([this] { return problems().is_array(); });
+  }
+
+  pid_t spawnLauncher(std::vector<std::string> const& more) {
+    Command command;
+    command.argv = {ORU_LAUNCHER, "--tree", tree, "--config", folder.path() / "launcher.json"};
+    command.argv.insert(command.argv.end(), more.begin(), more.end());
+    command.logFile = folder.path() / "log";
+    return spawn(command, {});
+  }
+
+  // Runs the program to its end; returns its exit code.
+  int exitCodeOf(std::vector<std::string> const& more) { return exitCode(spawnLauncher(more)); }
+
+  int exitCode(pid_t pid) {
+    Mount::UniqueFd const process = openProcess(pid);
+    bool over = false;
+    auto const end = loop.processEnd(process.get(), [&over] { over = true; });
+    EXPECT_TRUE(TestTools::runUntil(loop, [&over] { return over; }));
+    if (!over) kill(pid, SIGKILL);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  int end(int signal = SIGTERM) {
+    kill(launcher, signal);
+    std::filesystem::remove(tree + "/problems/oru-launcher.json");
+    return exitCode(std::exchange(launcher, 0));
+  }
+
+  void put(TreePath const& path, std::string const& text = "{}\n") {
+    ASSERT_FALSE(writer().put(path, text));
+  }
+  void remove(TreePath const& path) { ASSERT_FALSE(writer().remove(path)); }
+  // Its own, so that the watching one hears of it like of everybody else's writes.
+  Mount::FileTree writer() const { return Mount::FileTree(tree); }
+
+  json at(TreePath const& path) const {
+    auto const reading = writer().read(path);
+    return json::parse(reading.text, nullptr, false);
+  }
+  json status(char const* name, char const* kind = "chip") const {
+    return at({"launcher-status", kind, name});
+  }
+  json problems() const {
+    json const file = at({"problems", "oru-launcher"});
+    return file.is_object() ? file["problems"] : json();
+  }
+  std::set<std::string> filesWithProblems() const {
+    std::set<std::string> files;
+    for (json const& problem : problems()) files.insert(problem["file"]);
+    return files;
+  }
+  std::string log() const {
+    std::ifstream file(folder.path() / "log");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  // Ends the test when it does not come about.
+  bool until(std::function<bool()> const& condition) {
+    if (TestTools::runUntil(loop, condition)) return true;
+    throw std::runtime_error("did not come about; the log:\n" + log());
+  }
+  bool untilState(char const* name, char const* state, char const* kind = "chip") {
+    return until([=, this] {
+      json const file = status(name, kind);
+      return file.is_object() && file["state"] == state;
+    });
+  }
+  bool untilGone(char const* name, char const* kind = "chip") {
+    return until([=, this] { return status(name, kind).is_discarded(); });
+  }
+  static bool runs(json const& status) { return kill(status["pid"].get<pid_t>(), 0) == 0; }
+  std::size_t agents() const { return markedProcesses(tree).size(); }
+
+  TestTools::TemporaryDirectory folder;
+  std::string const tree;
+  Mount::EventLoop loop;
+  pid_t launcher = 0;
+
+ private:
+  void changed(std::vector<Mount::Backend::Change> const&) override {}
+  void rootLost(std::string const&) override {}
+  void rootBack() override {}
+  void watchLost(TreePath const&, std::string const&) override {}
+  void watchBack(TreePath const&) override {}
+
+  std::optional<Mount::FileBackend> backend;
+  std::unique_ptr<Mount::Backend::Watch> watch;
+};
+
+TEST_F(OruLauncherTest, EntriesBeforeAndAfterTheStartHaveProcesses) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  put({"launcher", "slice", "Line Card 3/1"});
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  EXPECT_TRUE(untilState("Line Card 3/1", "running", "slice"));
+  EXPECT_TRUE(runs(status("Chip1")));
+  EXPECT_EQ(status("Chip1")["restarts"], json::parse(R"({"wanted": 0, "crashes": 0})"));
+  struct stat file {};
+  ASSERT_EQ(stat((tree + "/launcher-status/chip/Chip1.json").c_str(), &file), 0);
+  EXPECT_EQ(file.st_mode & 07777U, 0640U);
+  EXPECT_EQ(agents(), 2U);
+}
+
+TEST_F(OruLauncherTest, WithoutEntryTheProcessAndItsStatusGo) {
+  put({"launcher", "chip", "parent"});
+  start();
+  untilState("parent", "running");
+  remove({"launcher", "chip", "parent"});
+  EXPECT_TRUE(untilGone("parent"));
+  EXPECT_EQ(agents(), 0U);
+}
+
+TEST_F(OruLauncherTest, AgentsThatEndAreStartedAgainAndCounted) {
+  start();
+  put({"launcher", "chip", "crashes"});
+  put({"launcher", "chip", "ends"});
+  EXPECT_TRUE(until([this] {
+    json const crashes = status("crashes");
+    json const ends = status("ends");
+    return crashes.is_object() && ends.is_object() && crashes["restarts"]["crashes"] >= 2 &&
+           ends["restarts"]["crashes"] >= 2;
+  }));
+  EXPECT_EQ(status("crashes")["lastExit"]["code"], 3);
+  EXPECT_EQ(status("crashes")["restarts"]["wanted"], 0);
+  EXPECT_EQ(status("ends")["lastExit"]["reason"], "exited with status 0");
+  remove({"launcher", "chip", "crashes"});
+  EXPECT_TRUE(untilGone("crashes"));
+}
+
+TEST_F(OruLauncherTest, AKilledAgentSaysBySignal) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  kill(status("Chip1")["pid"].get<pid_t>(), SIGKILL);
+  EXPECT_TRUE(until([this] { return status("Chip1")["starts"] == 2; }));
+  EXPECT_EQ(status("Chip1")["lastExit"]["signal"], SIGKILL);
+}
+
+TEST_F(OruLauncherTest, AStubbornAgentIsKilledAndReplacedOnlyThen) {
+  start();
+  put({"launcher", "chip", "stubborn"});
+  until([this] { return at({"ready"}).is_object() && status("stubborn").is_object(); });
+  json const before = status("stubborn");
+  remove({"launcher", "chip", "stubborn"});
+  ASSERT_TRUE(untilState("stubborn", "stopping"));
+  put({"launcher", "chip", "stubborn"});
+  EXPECT_TRUE(until([this] { return status("stubborn")["starts"] == 2; }));
+  EXPECT_FALSE(runs(before));
+  EXPECT_EQ(status("stubborn")["lastExit"]["signal"], SIGKILL);
+  EXPECT_EQ(status("stubborn")["restarts"]["wanted"], 1);
+  EXPECT_THAT(log(), HasSubstr("did not stop in 0.2 s, is killed"));
+}
+
+TEST_F(OruLauncherTest, AChangedRestartNumberRestarts) {
+  put({"launcher", "chip", "Chip1"}, R"({"restart": 1})");
+  start();
+  untilState("Chip1", "running");
+  json const before = status("Chip1");
+  put({"launcher", "chip", "Chip1"}, R"({"restart": 2})");
+  EXPECT_TRUE(until([this] { return status("Chip1")["starts"] == 2; }));
+  EXPECT_NE(status("Chip1")["pid"], before["pid"]);
+  EXPECT_EQ(status("Chip1")["restarts"], json::parse(R"({"wanted": 1, "crashes": 0})"));
+  EXPECT_EQ(status("Chip1")["restart"], 2);
+}
+
+TEST_F(OruLauncherTest, WhatCannotBeStartedFailsUntilItCan) {
+  start();
+  put({"launcher", "feature", "F"});
+  ASSERT_TRUE(untilState("F", "failed", "feature"));
+  EXPECT_THAT(status("F", "feature")["problem"], HasSubstr("No such file or directory"));
+
+  write(folder.path() / "program", "#!/bin/sh\nsleep 1000\n");
+  kill(launcher, SIGHUP);
+  ASSERT_TRUE(until([this] {
+    return status("F", "feature")["problem"].get<std::string>().ends_with("Permission denied");
+  }));
+
+  std::filesystem::permissions(folder.path() / "program", std::filesystem::perms::owner_all);
+  kill(launcher, SIGHUP);
+  EXPECT_TRUE(untilState("F", "running", "feature"));
+  EXPECT_FALSE(status("F", "feature").contains("problem"));
+}
+
+TEST_F(OruLauncherTest, AWrongConfigurationIsNotTakenOver) {
+  start();
+  write(folder.path() / "launcher.json", "{");
+  kill(launcher, SIGHUP);
+  put({"launcher", "chip", "Chip1"});
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  EXPECT_THAT(log(), HasSubstr("the configuration stays as it was"));
+}
+
+TEST_F(OruLauncherTest, AgentsOutliveTheKilledLauncherAndAreTakenUp) {
+  put({"launcher", "chip", "Chip1"}, R"({"restart": 1})");
+  put({"launcher", "chip", "Chip2"});
+  start();
+  untilState("Chip1", "running");
+  untilState("Chip2", "running");
+  json const before = status("Chip1");
+  EXPECT_EQ(end(SIGKILL), -1);
+  EXPECT_TRUE(runs(before));
+  remove({"launcher", "chip", "Chip2"});
+
+  start();
+  EXPECT_TRUE(untilGone("Chip2"));
+  EXPECT_EQ(status("Chip1"), before);
+  EXPECT_EQ(agents(), 1U);
+
+  kill(before["pid"].get<pid_t>(), SIGKILL);
+  EXPECT_TRUE(until([this] { return status("Chip1")["starts"] == 2; }));
+  EXPECT_THAT(status("Chip1")["lastExit"]["reason"], HasSubstr("exit status unknown"));
+  EXPECT_EQ(status("Chip1")["restarts"]["crashes"], 1);
+}
+
+TEST_F(OruLauncherTest, AgentsWhoseRecordsAreLostAreTakenUpByTheirMarks) {
+  put({"launcher", "chip", "Chip1"}, R"({"restart": 1})");
+  start();
+  untilState("Chip1", "running");
+  json const before = status("Chip1");
+  end(SIGKILL);
+  ASSERT_FALSE(writer().removeDirectory({"launcher-status"}));
+
+  start();
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  EXPECT_EQ(status("Chip1")["pid"], before["pid"]);
+  EXPECT_EQ(status("Chip1")["restart"], 1);
+  EXPECT_EQ(agents(), 1U);
+}
+
+TEST_F(OruLauncherTest, AnAgentThatEndedMeanwhileIsACrash) {
+  put({"launcher", "chip", "parent"});
+  start();
+  untilState("parent", "running");
+  json const before = status("parent");
+  end(SIGKILL);
+  kill(before["pid"].get<pid_t>(), SIGKILL);
+  waitpid(before["pid"].get<pid_t>(), nullptr, 0);
+
+  start();
+  EXPECT_TRUE(until([this] { return status("parent")["starts"] == 2; }));
+  EXPECT_EQ(status("parent")["restarts"]["crashes"], 1);
+  for (MarkedProcess const& process : markedProcesses(tree)) {
+    EXPECT_NE(process.group, before["pid"].get<pid_t>()) << "left behind";
+  }
+}
+
+TEST_F(OruLauncherTest, EndsWithoutItsAgentsUnlessToldOtherwise) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  EXPECT_EQ(end(), 0);
+  EXPECT_TRUE(runs(status("Chip1")));
+
+  start({"--stop-agents"});
+  EXPECT_EQ(end(), 0);
+  EXPECT_EQ(agents(), 0U);
+  EXPECT_TRUE(status("Chip1").is_discarded());
+}
+
+TEST_F(OruLauncherTest, ASecondOneIsRefused) {
+  start();
+  EXPECT_EQ(exitCodeOf({}), 4);
+  EXPECT_THAT(log(), HasSubstr("another launcher serves the tree: process " +
+                               std::to_string(launcher) + " holds "));
+}
+
+TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
+  put({"launcher", "chip", "good"});
+  put({"launcher", "chip", "turns bad"});
+  start();
+  untilState("good", "running");
+  untilState("turns bad", "running");
+
+  put({"launcher", "chip", "turns bad"}, R"({"restart": "now"})");
+  std::string const chips = tree + "/launcher/chip/";
+  std::filesystem::create_symlink("good.json", chips + "link.json");
+  std::filesystem::create_directory(chips + "directory");
+  std::filesystem::create_directory(chips + "entry.json");
+  write(chips + "wrong%2fname.json", "{}");
+  write(chips + "other.txt", "{}");
+  EXPECT_TRUE(until([this] { return filesWithProblems().size() == 6; }));
+  EXPECT_THAT(filesWithProblems(),
+              UnorderedElementsAre("launcher/chip/turns%20bad.json", "launcher/chip/link.json",
+                                   "launcher/chip/directory", "launcher/chip/entry.json",
+                                   "launcher/chip/wrong%2fname.json", "launcher/chip/other.txt"));
+  put({"launcher", "chip", "another good"});
+  EXPECT_TRUE(untilState("another good", "running"));
+  EXPECT_EQ(status("turns bad")["starts"], 1);
+  EXPECT_EQ(agents(), 3U);
+
+  put({"launcher", "chip", "turns bad"});
+  for (char const* file :
+       {"link.json", "directory", "entry.json", "wrong%2fname.json", "other.txt"}) {
+    std::filesystem::remove(chips + file);
+  }
+  EXPECT_TRUE(until([this] { return problems().is_array() && problems().empty(); }));
+  EXPECT_EQ(agents(), 3U);
+}
+
+TEST_F(OruLauncherTest, HundredsOfEntriesAtOnce) {
+  start();
+  constexpr std::size_t count = 300;
+  for (std::size_t i = 0; i < count; ++i) put({"launcher", "chip", "C" + std::to_string(i)});
+  auto const statuses = [this] {
+    return writer().list({"launcher-status", "chip"}).members.size();
+  };
+  EXPECT_TRUE(until([&] { return statuses() == count; }));
+  EXPECT_EQ(agents(), count);
+  for (std::size_t i = 0; i < count; ++i) remove({"launcher", "chip", "C" + std::to_string(i)});
+  EXPECT_TRUE(until([&] { return statuses() == 0; }));
+  EXPECT_EQ(agents(), 0U);
+}
+
+TEST_F(OruLauncherTest, AgentsGoOnWhileTheTreeIsAwayAndWhenItComesBackEmpty) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  json const before = status("Chip1");
+
+  std::filesystem::rename(tree, tree + ".away");
+  std::filesystem::create_directory(tree);
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  put({"launcher", "chip", "Chip2"});
+  put({"launcher", "chip", "Chip1"});
+  EXPECT_TRUE(untilState("Chip2", "running"));
+  EXPECT_EQ(status("Chip1"), before);
+  EXPECT_EQ(agents(), 2U);
+  EXPECT_EQ(exitCodeOf({}), 4) << "the lock is not held in the new folder";
+}
+
+TEST_F(OruLauncherTest, AStatusThatSomebodyRemovesIsWrittenAgain) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  json const before = status("Chip1");
+  remove({"launcher-status", "chip", "Chip1"});
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  EXPECT_EQ(status("Chip1"), before);
+}
+
+TEST_F(OruLauncherTest, TheCommandLineIsChecked) {
+  EXPECT_EQ(exitCodeOf({"--check-config"}), 0);
+  EXPECT_EQ(exitCodeOf({"--help"}), 0);
+  EXPECT_THAT(log(), HasSubstr("Exit codes:"));
+  EXPECT_EQ(exitCodeOf({"--version"}), 0);
+  EXPECT_EQ(exitCodeOf({"--no-such-option"}), 2);
+  EXPECT_EQ(exitCodeOf({"--log-dir", "/nonexistent"}), 2);
+  write(folder.path() / "launcher.json", R"({"chip": {"argv": ["a", "{nam}"]}})");
+  EXPECT_EQ(exitCodeOf({"--check-config"}), 3);
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: chip.argv[1] has the unknown placeholder {nam}"));
+}
+
+}  // namespace
+}  // namespace Oru::Launcher
