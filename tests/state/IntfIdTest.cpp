@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -58,6 +59,12 @@ TEST(IntfId, IsDenseInTheOrderOfFirstMeeting) {
     EXPECT_EQ(intf.value(), first + static_cast<unsigned>(i));
     EXPECT_EQ(intf.hash(), intf.value());
   }
+}
+
+// A process of its own, in which nothing was interned yet.
+TEST(IntfIdDeathTest, TheFirstNameOfAProcessHasIdOne) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(std::exit(intfOf("First").value() == 1 ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(IntfId, GivesItsNameBack) {
