@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "agent/Counted.h"
 #include "agent/Leftovers.h"
 #include "central/OruCentralSm.h"
 
@@ -53,7 +54,8 @@ void HostingAgent::start() {
   takeOverAnewWhatIsLost(*mount_, log_);
   removeLeftovers(*mount_, log_);
   mount_->hwConfig().unknownGoneIs([this] { removeLeftovers(*mount_, log_); });
-  helper_ = Vunda::makeNode<PlatformHelper>("oru-agent", log_, *mount_, [this] { statusChanged(); });
+  helper_ =
+      Vunda::makeNode<PlatformHelper>("oru-agent", log_, *mount_, [this] { statusChanged(); });
   root_ = Central::centralSmFactory(
       mount_->hwConfigDir(), mount_->hwStatusDir(), mount_->configDir(), mount_->statusDir(),
       mount_->systemStatus(), mount_->resetRequestDir(), mount_->resetStatusDir(),
@@ -83,9 +85,8 @@ void HostingAgent::statusChanged() {
 }
 
 void HostingAgent::tellStatus() {
-  auto const status = "STATUS=" + std::to_string(mount_->hwConfigDir()->entityPtrCount()) +
-                      " slices, " + std::to_string(mount_->systemStatus()->chipInfo().size()) +
-                      " chips running";
+  auto const status = "STATUS=" + counted(mount_->hwConfigDir()->entityPtrCount(), "slice") + ", " +
+                      counted(mount_->systemStatus()->chipInfo().size(), "chip") + " running";
   Mount::notifyServiceManager(status.c_str());
 }
 

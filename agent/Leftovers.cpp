@@ -45,9 +45,7 @@ bool aConfigurationIsLost(Mount::StateMount const& mount, String const& slice,
                           SliceHwConfig const& config) {
   auto const dir = Vunda::ptrCast<Dir>(mount.configDir()->entityPtr(slice));
   for (auto at = config.chipConfig().iterator(); at; ++at) {
-    auto const chip =
-        dir ? Vunda::ptrCast<ChipConfig>(dir->entityPtr(at.key())) : Ptr<ChipConfig>();
-    if (!chip || !chip->genTime()) return true;
+    if (!dir || !dir->entityPtrHas(at.key())) return true;
   }
   return false;
 }
@@ -55,12 +53,13 @@ bool aConfigurationIsLost(Mount::StateMount const& mount, String const& slice,
 }  // namespace
 
 void removeLeftovers(Mount::StateMount& mount, Log const& log) {
-  auto const isConfigured = [&](std::string const& slice) { return mount.hwConfig().stands(slice); };
-  keepWanted(*mount.sliceLauncherDir(), "launcher entry of slice", log,
-             [&](std::string const& slice) {
-               return isConfigured(slice) ||
-                      mount.statusDir()->entityPtrHas(Mount::entityName(slice));
-             });
+  auto const isConfigured = [&](std::string const& slice) {
+    return mount.hwConfig().stands(slice);
+  };
+  keepWanted(
+      *mount.sliceLauncherDir(), "launcher entry of slice", log, [&](std::string const& slice) {
+        return isConfigured(slice) || mount.statusDir()->entityPtrHas(Mount::entityName(slice));
+      });
   keepWanted(*mount.hwStatusDir(), "hardware status of slice", log, isConfigured);
   if (mount.hwConfig().allAccepted()) {
     auto const chips = chipsThatMayRun(mount);

@@ -37,9 +37,12 @@ std::string timeText() {
 
 char const* wordOf(Log::Priority priority) {
   switch (priority) {
-    case Log::Priority::error: return "error: ";
-    case Log::Priority::warning: return "warning: ";
-    case Log::Priority::info: return "";
+    case Log::Priority::error:
+      return "error: ";
+    case Log::Priority::warning:
+      return "warning: ";
+    case Log::Priority::info:
+      return "";
   }
   return "";
 }

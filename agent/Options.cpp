@@ -12,7 +12,8 @@ constexpr char const* description =
     "oru-agent - supervises the slice, chip and feature agents of a chassis\n"
     "\n"
     "Works on a state tree: reads what the platform, the agents, operators and requesters write\n"
-    "there, and writes what is to run and what runs. Needs nothing else and survives being killed:\n"
+    "there, and writes what is to run and what runs. Needs nothing else and survives being "
+    "killed:\n"
     "started again, it takes up what stands in the tree. SIGTERM ends it and leaves all agents\n"
     "running.";
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "agent/Counted.h"
 #include "mount/Names.h"
 
 namespace Oru::Agent {
@@ -15,13 +16,8 @@ using Vunda::String;
 namespace {
 
 std::string chipText(ChipInfo const& info) {
-  return "chip " + Mount::treeName(info.name()) + " of slice " +
-         Mount::treeName(info.sliceName()) + " (device " +
-         std::to_string(info.deviceId().value()) + ')';
-}
-
-std::string counted(std::size_t count, char const* what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+  return "chip " + Mount::treeName(info.name()) + " of slice " + Mount::treeName(info.sliceName()) +
+         " (device " + std::to_string(info.deviceId().value()) + ')';
 }
 
 }  // namespace
@@ -37,7 +33,7 @@ PlatformHelper::PlatformHelper(String const& name, Log const& log, Mount::StateM
 
 void PlatformHelper::syncStateOnInit(ChipCollection const& runningChips) {
   if (mount_ && !runningChips.chip().empty())
-    log_.info(counted(runningChips.chip().size(), "chip") + " run on from before");
+    log_.info(counted(runningChips.chip().size(), "chip") + " running on from before");
 }
 
 // Called whenever a slice is looked at; news is another generation.
@@ -48,8 +44,7 @@ void PlatformHelper::sliceDetected(String const& sliceName) {
   auto const [at, isNew] = detected_.try_emplace(Mount::treeName(sliceName));
   if (!isNew && at->second == config->genTime()) return;
   at->second = config->genTime();
-  log_.info("slice " + at->first + " detected, " +
-            counted(config->chipConfig().size(), "chip"));
+  log_.info("slice " + at->first + " detected, " + counted(config->chipConfig().size(), "chip"));
   changed_();
 }
 

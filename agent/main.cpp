@@ -1,4 +1,4 @@
-#include <cstdio>
+#include <csignal>
 #include <exception>
 #include <memory>
 #include <system_error>
@@ -17,8 +17,8 @@ using namespace Oru::Agent;
 int supervise(Options const& options, Log const& log) {
   Oru::Central::_defaultTraceHandle().levelsAre(options.traceLevels);
   if (!options.ringlog.empty()) try {
-      Ringlog::defaultRinglogHandleIs(std::make_unique<Ringlog::Handle>(
-          std::make_unique<Ringlog::TraceFile>(options.ringlog)));
+      Ringlog::defaultRinglogHandleIs(
+          std::make_unique<Ringlog::Handle>(std::make_unique<Ringlog::TraceFile>(options.ringlog)));
     } catch (std::system_error const& error) {
       log.error(error.what());
       return exitTree;
@@ -39,6 +39,8 @@ int main(int argc, char** argv) {
   auto const options = optionsOf(argc, argv, code);
   if (!options) return code;
   Log const log;
+  // A log that nobody reads any more is no reason to stop supervising.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     return options->check ? checkTree(options->tree) : supervise(*options, log);
   } catch (std::exception const& error) {

@@ -42,7 +42,9 @@ void requireName(JsonObject const& object, std::string const& field, std::string
   if (encodedName(name).size() > longestFileName) object.refuse(field, "is too long a name");
 }
 
-String text(JsonObject& object, char const* field) { return String(std::string_view(object.string(field))); }
+String text(JsonObject& object, char const* field) {
+  return String(std::string_view(object.string(field)));
+}
 
 String name(JsonObject& object, char const* field) {
   requireName(object, field, object.string(field));
@@ -184,8 +186,8 @@ Duration launcherEntryOf(std::string const& text) {
 }
 
 DeviceId deviceIdOf(std::string const& name) {
-  return DeviceId(
-      static_cast<std::uint16_t>(integerOf(name, DeviceId::min, DeviceId::null, "the file's name")));
+  return DeviceId(static_cast<std::uint16_t>(
+      integerOf(name, DeviceId::min, DeviceId::null, "the file's name")));
 }
 
 ChipInfo chipInfoOf(std::string const& text, std::string const& fileName) {
@@ -248,8 +250,7 @@ void apply(ChipHwData const& data, ChipHwConfig& chip) {
   for (auto const& [number, interface] : data.ports) {
     auto const known = chip.portConfig(number);
     if (known && known->intfName().view() == interface) continue;
-    chip.portConfigIs(number,
-                      Vunda::makeNode<PortHwConfig>(String(std::string_view(interface))));
+    chip.portConfigIs(number, Vunda::makeNode<PortHwConfig>(String(std::string_view(interface))));
   }
   chip.deviceIdIs(data.deviceId);
 }
@@ -306,7 +307,8 @@ std::string jsonOf(ResetEntry const& entry) {
 
 std::string jsonOf(ChipInfo const& info) {
   auto interfaces = ordered_json::array();
-  for (auto at = info.intfId().iterator(); at; ++at) interfaces.push_back(at.key().name().view());
+  for (auto at = info.intfId().iterator(); at; ++at)
+    if (at.key().valid()) interfaces.push_back(at.key().name().view());
   ordered_json json;
   json["deviceId"] = info.deviceId().value();
   json["name"] = info.name().view();

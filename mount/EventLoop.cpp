@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 #include <sys/epoll.h>
+#include <sys/wait.h>
 #include <systemd/sd-daemon.h>
 #include <systemd/sd-event.h>
 
@@ -13,7 +14,8 @@ namespace Oru::Mount {
 
 namespace Impl {
 
-// A callback behind the C interface. It may release its own source while it runs; it then goes when it returns.
+// A callback behind the C interface. It may release its own source while it runs; it then goes when
+// it returns.
 struct SourceCallback {
   explicit SourceCallback(EventLoop& owner) : loop(owner) {}
   SourceCallback(SourceCallback const&) = delete;
@@ -87,11 +89,6 @@ int onSignal(sd_event_source*, signalfd_siginfo const* info, void* userdata) {
   return self.call(self.function, *info);
 }
 
-int onChild(sd_event_source*, siginfo_t const* info, void* userdata) {
-  auto& self = Call<siginfo_t const&>::of(userdata);
-  return self.call(self.function, *info);
-}
-
 int onDefer(sd_event_source*, void* userdata) {
   auto& self = Call<>::of(userdata);
   return self.call(self.function);
@@ -119,7 +116,8 @@ EventSource EventLoop::add(Function&& function, Add&& addSource) {
   return source;
 }
 
-EventSource EventLoop::io(int fd, std::uint32_t events, std::function<void(std::uint32_t)> callback) {
+EventSource EventLoop::io(int fd, std::uint32_t events,
+                          std::function<void(std::uint32_t)> callback) {
   return add<Call<std::uint32_t>>(std::move(callback), [&](sd_event_source** source, void* self) {
     return sd_event_add_io(event_, source, fd, events, onIo, self);
   });
@@ -146,10 +144,10 @@ EventSource EventLoop::signal(int number, std::function<void(signalfd_siginfo co
 }
 
 EventSource EventLoop::child(int pidfd, std::function<void(siginfo_t const&)> callback) {
-  return add<Call<siginfo_t const&>>(
-      std::move(callback), [&](sd_event_source** source, void* self) {
-        return sd_event_add_child_pidfd(event_, source, pidfd, WEXITED, onChild, self);
-      });
+  return processEnd(pidfd, [pidfd, callback = std::move(callback)] {
+    siginfo_t info{};
+    if (::waitid(P_PIDFD, static_cast<id_t>(pidfd), &info, WEXITED | WNOHANG) == 0) callback(info);
+  });
 }
 
 EventSource EventLoop::processEnd(int pidfd, Callback callback) {

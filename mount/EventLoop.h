@@ -24,8 +24,9 @@ struct ReleaseSource {
 };
 }  // namespace Impl
 
-// A registration with the loop. It owns: destroying or resetting it ends the registration, from within its own callback
-// too. One whose single call was made stays true until it is reset. It must not outlive the loop.
+// A registration with the loop. It owns: destroying or resetting it ends the registration, from
+// within its own callback too. One whose single call was made stays true until it is reset. It must
+// not outlive the loop.
 class EventSource {
  public:
   EventSource() noexcept = default;
@@ -40,9 +41,9 @@ class EventSource {
   std::unique_ptr<Impl::SourceCallback, Impl::ReleaseSource> callback_;
 };
 
-// The event loop of a program: one thread, no polling. Callbacks run one at a time from run() or turn(). An exception that
-// leaves a callback ends the loop and comes out of run() or turn(). What the system refuses (no memory, no descriptors, a
-// bad descriptor) is raised as std::system_error.
+// The event loop of a program: one thread, no polling. Callbacks run one at a time from run() or
+// turn(). An exception that leaves a callback ends the loop and comes out of run() or turn(). What
+// the system refuses (no memory, no descriptors, a bad descriptor) is raised as std::system_error.
 class EventLoop {
  public:
   using Callback = std::function<void()>;
@@ -53,19 +54,19 @@ class EventLoop {
   EventLoop(EventLoop const&) = delete;
   EventLoop& operator=(EventLoop const&) = delete;
 
-  // Calls `callback` with the events (EPOLLIN, ...) whenever the descriptor is ready. The descriptor stays the caller's
-  // and must be closed after the source is reset.
+  // Calls `callback` with the events (EPOLLIN, ...) whenever the descriptor is ready. The
+  // descriptor stays the caller's and must be closed after the source is reset.
   [[nodiscard]] EventSource io(int fd, std::uint32_t events,
                                std::function<void(std::uint32_t)> callback);
   // Once, `delay` from now, and not more than `slack` later.
   [[nodiscard]] EventSource timer(std::chrono::microseconds delay, Callback callback,
                                   std::chrono::microseconds slack = std::chrono::milliseconds(1));
-  // Whenever the signal arrives; blocks its ordinary delivery in the calling thread. To be set up before other threads
-  // start.
+  // Whenever the signal arrives; blocks its ordinary delivery in the calling thread. To be set up
+  // before other threads start.
   [[nodiscard]] EventSource signal(int number,
                                    std::function<void(signalfd_siginfo const&)> callback);
-  // Once, when the child process that `pidfd` refers to has ended; reaps it. The descriptor stays the caller's. SIGCHLD
-  // need not be blocked.
+  // Once, when the child process that `pidfd` refers to has ended; reaps it. The descriptor stays
+  // the caller's. SIGCHLD need not be blocked.
   [[nodiscard]] EventSource child(int pidfd, std::function<void(siginfo_t const&)> callback);
   // Once, when the process that `pidfd` refers to has ended, be it a child or not; reaps nothing.
   [[nodiscard]] EventSource processEnd(int pidfd, Callback callback);
@@ -74,13 +75,14 @@ class EventLoop {
 
   // Runs until exit() and returns its code.
   int run();
-  // One turn: waits at most `timeout` (negative: for ever) for something to happen and runs one callback. Returns whether
-  // one ran. For tests and for programs that embed the loop.
+  // One turn: waits at most `timeout` (negative: for ever) for something to happen and runs one
+  // callback. Returns whether one ran. For tests and for programs that embed the loop.
   bool turn(std::chrono::microseconds timeout);
   // Lets run() return after the present callback.
   void exit(int code = 0) noexcept;
 
-  // Sends WATCHDOG=1 as often as the service manager asks for it through the environment; returns whether it asks.
+  // Sends WATCHDOG=1 as often as the service manager asks for it through the environment; returns
+  // whether it asks.
   bool watchdogIs(bool on);
 
   sd_event* handle() const noexcept { return event_; }
@@ -95,7 +97,8 @@ class EventLoop {
   std::exception_ptr failure_;
 };
 
-// Tells the service manager; nothing when there is none. `state` is a line such as "READY=1" or "STATUS=4 slices".
+// Tells the service manager; nothing when there is none. `state` is a line such as "READY=1" or
+// "STATUS=4 slices".
 void notifyServiceManager(char const* state) noexcept;
 
 }  // namespace Oru::Mount

@@ -13,7 +13,8 @@ TreePath const base{"features"};
 
 FeatureMount::FeatureMount(MountContext const& context)
     : context_(context),
-      reader_(context.backend, context.problems, base, TreeReader::Shape::values, *this) {}
+      reader_(context.loop, context.backend, context.problems, base, TreeReader::Shape::values,
+              *this) {}
 
 void FeatureMount::baseMissing() { context_.queue.makeDirectory(base); }
 

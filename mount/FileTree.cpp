@@ -17,20 +17,43 @@ constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
+// The tree's root is not there.
+class NoRoot final : public std::error_category {
+ public:
+  char const* name() const noexcept override { return "oru-tree"; }
+  std::string message(int) const override { return "the tree is not there"; }
+  std::error_condition default_error_condition(int) const noexcept override {
+    return std::errc::no_such_device;
+  }
+};
+
+std::error_code noRoot() {
+  static NoRoot const category;
+  return {1, category};
+}
+
 bool isAbsent(std::error_code error) { return error == std::errc::no_such_file_or_directory; }
 
-std::string fileName(TreePath const& value) {
-  return encodedName(value.leaf()).append(extension);
+bool isNoDirectory(std::error_code error) {
+  return error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
 }
+
+std::string fileName(TreePath const& value) { return encodedName(value.leaf()).append(extension); }
 
 char const* typeText(mode_t mode) {
   switch (mode & S_IFMT) {
-    case S_IFLNK: return "is a symbolic link";
-    case S_IFDIR: return "is a directory where a file belongs";
-    case S_IFREG: return "is a file where a directory belongs";
-    case S_IFIFO: return "is a pipe";
-    case S_IFSOCK: return "is a socket";
-    default: return "is a device";
+    case S_IFLNK:
+      return "is a symbolic link";
+    case S_IFDIR:
+      return "is a directory where a file belongs";
+    case S_IFREG:
+      return "is a file where a directory belongs";
+    case S_IFIFO:
+      return "is a pipe";
+    case S_IFSOCK:
+      return "is a socket";
+    default:
+      return "is a device";
   }
 }
 
@@ -112,8 +135,8 @@ void addFile(Backend::Listing& listing, char const* fileName, mode_t type) {
   if (meaning.form == Form::hidden || type == 0) return;
   bool const isDirectory = S_ISDIR(type);
   // Whatever stands at the place of a value is a member; reading it says what is wrong.
-  auto const kind = isDirectory && meaning.form == Form::other ? Backend::Kind::directory
-                                                               : Backend::Kind::value;
+  auto const kind =
+      isDirectory && meaning.form == Form::other ? Backend::Kind::directory : Backend::Kind::value;
   if (meaning.form == Form::other && !isDirectory) {
     listing.strays.push_back({fileName, S_ISREG(type) ? "is not a .json file" : typeText(type)});
   } else if (!meaning.name) {
@@ -124,27 +147,35 @@ void addFile(Backend::Listing& listing, char const* fileName, mode_t type) {
 }
 
 Backend::Reading refused(std::string reason) {
-  return {Backend::Reading::State::refused, {}, std::move(reason)};
+  return {Backend::Reading::State::refused, {}, std::move(reason), false};
+}
+
+Backend::Reading failed(std::error_code error) {
+  if (isAbsent(error)) return {};
+  if (isNoDirectory(error)) return refused("is not in a directory");
+  return {Backend::Reading::State::refused, {}, error.message(), true};
 }
 
 Backend::Reading readFile(int directory, char const* name) {
-  // Not to block on a pipe, not to become a terminal's owner; the type is looked at before anything is read.
+  // Not to block on a pipe, not to become a terminal's owner; the type is looked at before anything
+  // is read.
   UniqueFd const file(
       ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) {
-    if (errno == ENOENT) return {};
-    return refused(errno == ELOOP ? typeText(S_IFLNK) : lastError().message());
+    if (errno == ELOOP) return refused(typeText(S_IFLNK));
+    // A socket, or a device without driver.
+    return errno == ENXIO ? refused("is no regular file") : failed(lastError());
   }
   struct stat status {};
-  if (::fstat(file.get(), &status) < 0) return refused(lastError().message());
+  if (::fstat(file.get(), &status) < 0) return failed(lastError());
   if (!S_ISREG(status.st_mode)) return refused(typeText(status.st_mode));
-  Backend::Reading reading{Backend::Reading::State::present, {}, {}};
-  reading.text.reserve(std::min<std::size_t>(static_cast<std::size_t>(status.st_size),
-                                             FileTree::sizeLimit) + 1);
+  Backend::Reading reading{Backend::Reading::State::present, {}, {}, false};
+  reading.text.reserve(
+      std::min<std::size_t>(static_cast<std::size_t>(status.st_size), FileTree::sizeLimit) + 1);
   if (auto const error = readAll(file.get(), reading.text)) {
     if (error == std::errc::file_too_large)
       return refused("is larger than " + std::to_string(FileTree::sizeLimit) + " bytes");
-    return refused(error.message());
+    return failed(error);
   }
   return reading;
 }
@@ -187,9 +218,14 @@ std::error_code FileTree::makeRoot() const {
 UniqueFd FileTree::openDirectory(TreePath const& directory, Missing missing,
                                  std::error_code& error) const {
   UniqueFd at(::open(root_.c_str(), directoryFlags));
+  if (!at) {
+    // Without a root nothing is known about what stands below it.
+    error = errno == ENOENT ? noRoot() : lastError();
+    return at;
+  }
   for (auto const& name : directory.names()) {
-    if (!at) break;
     at = UniqueFd(stepInto(at.get(), encodedName(name).c_str(), missing));
+    if (!at) break;
   }
   error = at ? std::error_code() : lastError();
   return at;
@@ -207,10 +243,9 @@ Backend::Listing FileTree::list(TreePath const& directory) const {
     });
   }
   if (error) {
-    bool const noDirectory =
-        error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
-    listing = {isAbsent(error) ? State::absent : State::refused, {}, {},
-               noDirectory ? "is not a directory" : error.message()};
+    if (isAbsent(error) || (error == noRoot() && directory.isRoot())) return {};
+    bool const transient = !isNoDirectory(error);
+    return {State::refused, {}, {}, transient ? error.message() : "is not a directory", transient};
   }
   std::ranges::sort(listing.members, {}, [](auto const& member) {
     return std::pair(std::string_view(member.name), member.kind);
@@ -222,7 +257,7 @@ Backend::Listing FileTree::list(TreePath const& directory) const {
 Backend::Reading FileTree::read(TreePath const& value) const {
   std::error_code error;
   UniqueFd const at = openDirectory(value.parent(), Missing::refuse, error);
-  if (!at) return isAbsent(error) ? Backend::Reading() : refused(error.message());
+  if (!at) return failed(error);
   return readFile(at.get(), fileName(value).c_str());
 }
 

@@ -14,15 +14,19 @@
 
 namespace Oru::Mount {
 
-// The state tree as files, without watching: one directory per directory, one `<name>.json` per value. Operations have the
-// meaning of Backend's. It needs no event loop; a program that only reads or writes once uses it directly.
+// The state tree as files, without watching: one directory per directory, one `<name>.json` per
+// value. Operations have the meaning of Backend's. It needs no event loop; a program that only
+// reads or writes once uses it directly.
 //
-//   values       written to a temporary name beside their place and renamed; mode 0640, at most `sizeLimit` bytes
+//   values       written to a temporary name beside their place and renamed; mode 0640, at most
+//                `sizeLimit` bytes
 //   directories  mode 0750
 //   names        see TreePath.h; names that begin with a dot are nobody's and are passed over
-//   security     every step below the root is opened without following links, so nobody who may write somewhere in the
-//                tree leads a reader or writer out of it; only regular files are read
-//   durability   none: a tree must not outlive the boot, and against the end of a process the renames are enough
+//   security     every step below the root is opened without following links, so nobody who may
+//                write somewhere in the tree leads a reader or writer out of it; only regular files
+//                are read
+//   durability   none: a tree must not outlive the boot, and against the end of a process the
+//                renames are enough
 class FileTree {
  public:
   static constexpr std::size_t sizeLimit = 1U << 20;
@@ -33,6 +37,8 @@ class FileTree {
 
   std::string const& root() const noexcept { return root_; }
 
+  // While the root is not there, the root lists as absent, everything below it as refused for the
+  // time being, and writers fail with std::errc::no_such_device.
   Backend::Listing list(TreePath const& directory) const;
   Backend::Reading read(TreePath const& value) const;
   std::error_code put(TreePath const& value, std::string_view text) const;

@@ -12,15 +12,11 @@ namespace Oru::Mount {
 
 namespace {
 
-using std::chrono::milliseconds;
-
 constexpr std::uint32_t watchMask = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                     IN_CLOSE_WRITE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF |
                                     IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr std::uint32_t parentMask = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
 constexpr std::uint32_t gone = IN_DELETE | IN_MOVED_FROM;
-constexpr milliseconds firstRetry{100};
-constexpr milliseconds longestRetry{5000};
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -39,7 +35,11 @@ std::string parentOf(std::string const& root) {
 
 }  // namespace
 
-FileWatcher::FileWatcher(EventLoop& loop, FileTree const& tree) : loop_(loop), tree_(tree) {
+FileWatcher::FileWatcher(EventLoop& loop, FileTree const& tree)
+    : loop_(loop), tree_(tree), retry_(loop, [this] {
+        tryAgain();
+        deliver();
+      }) {
   openInotify();
 }
 
@@ -112,27 +112,27 @@ bool FileWatcher::armOne(TreePath const& directory) {
     rootMissing(error);
     return false;
   }
-  bool const nothingToWatch = error == std::errc::no_such_file_or_directory ||
-                              error == std::errc::not_a_directory ||
-                              error == std::errc::too_many_symbolic_link_levels;
+  bool const nothingToWatch =
+      error == std::errc::no_such_file_or_directory || error == std::errc::no_such_device ||
+      error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
   if (!nothingToWatch && failed_.insert(directory).second)
     notice(directory, [=, reason = error.message()](auto& observer) {
       observer.watchLost(directory, reason);
     });
-  if (!failed_.empty()) tryAgainLater();
+  if (!failed_.empty()) retry_.later();
   return false;
 }
 
 void FileWatcher::disarm(TreePath const& directory) {
-  for (auto at = armed_.lower_bound(directory);
-       at != armed_.end() && at->first.isWithin(directory); at = armed_.erase(at)) {
+  for (auto at = armed_.lower_bound(directory); at != armed_.end() && at->first.isWithin(directory);
+       at = armed_.erase(at)) {
     auto const known = directoryOf_.find(at->second);
     if (known == directoryOf_.end() || known->second != at->first) continue;
     ::inotify_rm_watch(inotify_.get(), at->second);
     directoryOf_.erase(known);
   }
-  for (auto at = failed_.lower_bound(directory);
-       at != failed_.end() && at->isWithin(directory); at = failed_.erase(at))
+  for (auto at = failed_.lower_bound(directory); at != failed_.end() && at->isWithin(directory);
+       at = failed_.erase(at))
     notice(*at, [path = *at](auto& observer) { observer.watchBack(path); });
 }
 
@@ -151,9 +151,8 @@ void FileWatcher::startAfresh() {
   bool const wasThere = std::exchange(rootThere_, true);
   arm({});
   if (!rootThere_) return;
-  retryDelay_ = {};
-  if (!wasThere && !rootReason_.empty())
-    notice({}, [](auto& observer) { observer.rootBack(); });
+  if (failed_.empty()) retry_.settled();
+  if (!wasThere && !rootReason_.empty()) notice({}, [](auto& observer) { observer.rootBack(); });
   rootReason_.clear();
 }
 
@@ -165,17 +164,7 @@ void FileWatcher::rootMissing(std::error_code error) {
     notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
   }
   ::inotify_add_watch(inotify_.get(), parentOf(tree_.root()).c_str(), parentMask);
-  tryAgainLater();
-}
-
-void FileWatcher::tryAgainLater() {
-  if (retry_) return;
-  retryDelay_ = std::clamp(retryDelay_ * 2, firstRetry, longestRetry);
-  retry_ = loop_.timer(retryDelay_, [this] {
-    retry_.reset();
-    tryAgain();
-    deliver();
-  });
+  retry_.later();
 }
 
 void FileWatcher::tryAgain() {
@@ -188,7 +177,7 @@ void FileWatcher::tryAgain() {
     arm(directory);
     if (!failed_.contains(directory)) noteDirectory(directory);
   }
-  if (failed_.empty()) retryDelay_ = {};
+  if (failed_.empty()) retry_.settled();
 }
 
 void FileWatcher::readEvents() {
@@ -254,7 +243,7 @@ void FileWatcher::handleDirectory(TreePath const& parent, std::string_view fileN
     disarm(directory);
   else
     arm(directory);
-  noteDirectory(directory);
+  noteDirectory(directory, (mask & gone) != 0);
 }
 
 void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
@@ -267,8 +256,8 @@ void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
   if (!isOwnEcho(value)) note({value, Backend::Kind::value});
 }
 
-// A file that has just been made by name has a writer who will close it; a second link to a complete file, or what is no
-// file, has not.
+// A file that has just been made by name has a writer who will close it; a second link to a
+// complete file, or what is no file, has not.
 bool FileWatcher::stillBeingWritten(TreePath const& value) const {
   auto const status = tree_.status(value);
   return status && S_ISREG(status->st_mode) && status->st_nlink == 1;
@@ -277,24 +266,29 @@ bool FileWatcher::stillBeingWritten(TreePath const& value) const {
 bool FileWatcher::isOwnEcho(TreePath const& value) {
   auto const own = own_.find(value);
   if (own == own_.end()) return false;
-  bool const same = own->second == stamp(value);
+  // One write may be told several times.
+  if (own->second == stamp(value)) return true;
   own_.erase(own);
-  return same;
+  return false;
 }
 
 // A directory on the way to watched ones stands for those.
-void FileWatcher::noteDirectory(TreePath const& directory) {
-  if (within(directory)) return note({directory, Backend::Kind::directory});
+void FileWatcher::noteDirectory(TreePath const& directory, bool wasGone) {
+  if (within(directory)) return note({directory, Backend::Kind::directory, wasGone});
   for (auto const& [id, watched] : watched_)
     if (watched.directory.isWithin(directory))
-      note({watched.directory, Backend::Kind::directory});
+      note({watched.directory, Backend::Kind::directory, wasGone});
 }
 
 void FileWatcher::noteAll() { noteDirectory({}); }
 
 void FileWatcher::note(Backend::Change change) {
   auto& noted = change.kind == Backend::Kind::value ? notedValues_ : notedDirectories_;
-  if (noted.insert(change.path).second) changes_.push_back(std::move(change));
+  auto const [at, isNew] = noted.try_emplace(change.path, changes_.size());
+  if (isNew)
+    changes_.push_back(std::move(change));
+  else
+    changes_[at->second].wasGone |= change.wasGone;
   deliverSoon();
 }
 

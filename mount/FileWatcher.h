@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +13,7 @@
 #include "mount/Backend.h"
 #include "mount/EventLoop.h"
 #include "mount/FileTree.h"
+#include "mount/Retry.h"
 #include "mount/UniqueFd.h"
 
 struct inotify_event;
@@ -24,11 +24,13 @@ namespace Oru::Mount {
 //
 //   armed          the root, the directories on the way to a watched one, and all below it
 //   overflow       everything is armed afresh, and every watched directory is reported
-//   root gone      reported; its parent directory is watched, and the root tried again with back-off, until it is there;
-//                  then everything is armed afresh and every watched directory is reported
+//   root gone      reported; its parent directory is watched, and the root tried again with
+//                  back-off, until it is there; then everything is armed afresh and every watched
+//                  directory is reported
 //   arming failed  reported for the place, tried again with back-off
 //
-// A plain file is reported when its writer closes it, when it is renamed into place, or when it goes.
+// A plain file is reported when its writer closes it, when it is renamed into place, or when it
+// goes.
 class FileWatcher {
  public:
   using Id = std::uint64_t;
@@ -37,7 +39,8 @@ class FileWatcher {
 
   Id add(TreePath const& directory, Backend::Observer& observer);
   void remove(Id id);
-  // This program has just put the value, or removed it: the word of the very state that it left is swallowed.
+  // This program has just put the value, or removed it: the word of the very state that it left is
+  // swallowed.
   void ownWrite(TreePath const& value);
 
  private:
@@ -65,7 +68,6 @@ class FileWatcher {
   void disarm(TreePath const& directory);
   void startAfresh();
   void rootMissing(std::error_code error);
-  void tryAgainLater();
   void tryAgain();
 
   void openInotify();
@@ -77,7 +79,7 @@ class FileWatcher {
   bool stillBeingWritten(TreePath const& value) const;
   bool isOwnEcho(TreePath const& value);
 
-  void noteDirectory(TreePath const& directory);
+  void noteDirectory(TreePath const& directory, bool wasGone = false);
   void noteAll();
   void note(Backend::Change change);
   void notice(TreePath const& path, std::function<void(Backend::Observer&)> tell);
@@ -101,13 +103,13 @@ class FileWatcher {
 
   bool rootThere_ = false;
   std::string rootReason_;
-  EventSource retry_;
-  std::chrono::milliseconds retryDelay_{0};
+  Retry retry_;
 
   std::vector<Notice> notices_;
   std::vector<Backend::Change> changes_;
-  std::set<TreePath> notedValues_;
-  std::set<TreePath> notedDirectories_;
+  // Index in changes_.
+  std::map<TreePath, std::size_t> notedValues_;
+  std::map<TreePath, std::size_t> notedDirectories_;
   EventSource delivery_;
 };
 

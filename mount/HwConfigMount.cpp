@@ -23,7 +23,8 @@ HwConfigMount::HwConfigMount(MountContext const& context, Ptr<Kesh::Dir> const& 
     : context_(context),
       hwConfigDir_(hwConfigDir),
       status_(status),
-      reader_(context.backend, context.problems, base, TreeReader::Shape::values, *this) {
+      reader_(context.loop, context.backend, context.problems, base, TreeReader::Shape::values,
+              *this) {
   status_.sliceGoneIs([this](std::string const& slice) { statusGone(slice); });
 }
 
@@ -71,9 +72,10 @@ void HwConfigMount::insert(std::string const& name, Codec::SliceHwData const& da
 }
 
 // The machine acts on the generation, and then relies on a configuration and a status of each chip.
-void HwConfigMount::update(std::string const& name, Slice& slice,
-                           Codec::SliceHwData const& data) {
-  if (applyChips(slice, data)) hwConfigDir_->entityIs(slice.config);
+void HwConfigMount::update(std::string const& name, Slice& slice, Codec::SliceHwData const& data) {
+  bool const otherChips = applyChips(slice, data);
+  if (!otherChips && slice.config->genTime() == data.genTime) return;
+  if (otherChips) hwConfigDir_->entityIs(slice.config);
   status_.chipsAre(name, *slice.config);
   slice.config->genTimeIs(data.genTime);
 }

@@ -17,8 +17,8 @@ namespace Oru::Mount {
 //
 // A slice's machine keeps the objects that it was built with. So a configuration that changes is
 // changed in place (the chips first, announced again when the list of them is another, the
-// generation last), and one that comes back while the status directory of the board that was removed
-// still stands waits until that has gone, and the machine with it.
+// generation last), and one that comes back while the status directory of the board that was
+// removed still stands waits until that has gone, and the machine with it.
 class HwConfigMount final : TreeReader::Consumer {
  public:
   HwConfigMount(MountContext const& context, Vunda::Ptr<Kesh::Dir> const& hwConfigDir,

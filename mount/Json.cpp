@@ -133,7 +133,8 @@ void JsonObject::refuse(std::string_view field, std::string reason) const {
 
 void JsonObject::finish() const {
   for (auto const& [name, member] : value_.items())
-    if (std::ranges::find(asked_, name) == asked_.end()) refuse(name, "is not a field of this file");
+    if (std::ranges::find(asked_, name) == asked_.end())
+      refuse(name, "is not a field of this file");
 }
 
 std::int64_t integerOf(std::string_view text, std::int64_t low, std::int64_t high,

@@ -10,15 +10,16 @@
 
 namespace Oru::Mount {
 
-// The value that a text stands for. Raises JsonError when the text is not JSON, ends early, nests deeper than 32, or gives
-// a field of an object twice.
+// The value that a text stands for. Raises JsonError when the text is not JSON, ends early, nests
+// deeper than 32, or gives a field of an object twice.
 nlohmann::json parsedJson(std::string_view text);
 
 // The end of the year 9999, in seconds since the epoch: no point in time in the tree is later.
 inline constexpr double latestTime = 253402300799.0;
 
-// Reads the fields of a JSON object strictly: each accessor raises JsonError for a field that is missing or of the wrong
-// type or range, and finish() for a field that was not asked for. Refers to the value, which must outlive it.
+// Reads the fields of a JSON object strictly: each accessor raises JsonError for a field that is
+// missing or of the wrong type or range, and finish() for a field that was not asked for. Refers to
+// the value, which must outlive it.
 class JsonObject {
  public:
   // Raises JsonError when the value is no object.
@@ -35,7 +36,8 @@ class JsonObject {
   nlohmann::json const& value(char const* field);
   JsonObject object(char const* field);
 
-  // Every field is a member of a collection: asks for all. The names, in order; read them with the accessors above.
+  // Every field is a member of a collection: asks for all. The names, in order; read them with the
+  // accessors above.
   std::vector<std::string> names() const;
   // The place of a field.
   std::string placeOf(std::string_view field) const;
@@ -49,7 +51,8 @@ class JsonObject {
   std::vector<std::string> asked_;
 };
 
-// A whole number in canonical decimal form ("7", not "07" or "+7") from `low` to `high`; raises JsonError for `place`.
+// A whole number in canonical decimal form ("7", not "07" or "+7") from `low` to `high`; raises
+// JsonError for `place`.
 std::int64_t integerOf(std::string_view text, std::int64_t low, std::int64_t high,
                        std::string const& place);
 

@@ -5,8 +5,8 @@
 
 namespace Oru::Mount {
 
-// What is wrong with a JSON text: where (the way to the field, "chips.Chip1.deviceId"; empty for the
-// whole text) and why. Neither says anything of the text's content but names of fields.
+// What is wrong with a JSON text: where (the way to the field, "chips.Chip1.deviceId"; empty for
+// the whole text) and why. Neither says anything of the text's content but names of fields.
 class JsonError : public std::runtime_error {
  public:
   JsonError(std::string place, std::string reason);

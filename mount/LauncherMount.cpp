@@ -25,18 +25,18 @@ void LauncherMount::load(TreePath const& value, std::string const& text) {
 
 void LauncherMount::follow() {
   watch_ = std::make_unique<DirWatch>(
-      launcherDir_, DirWatch::Reactions{[this](auto const& name, auto const&) {
-                                          writer().valueIs(base() / name, [this, name] {
-                                            auto const restart = restarts_.find(name);
-                                            return Codec::jsonOfLauncherEntry(
-                                                restart == restarts_.end() ? Duration()
-                                                                           : restart->second);
-                                          });
-                                        },
-                                        [this](auto const& name) {
-                                          restarts_.erase(name);
-                                          writer().valueDel(base() / name);
-                                        }});
+      launcherDir_,
+      DirWatch::Reactions{[this](auto const& name, auto const&) {
+                            writer().valueIs(base() / name, [this, name] {
+                              auto const restart = restarts_.find(name);
+                              return Codec::jsonOfLauncherEntry(
+                                  restart == restarts_.end() ? Duration() : restart->second);
+                            });
+                          },
+                          [this](auto const& name) {
+                            restarts_.erase(name);
+                            writer().valueDel(base() / name);
+                          }});
 }
 
 void LauncherMount::restartAll(Duration time) {

@@ -9,7 +9,7 @@ namespace Oru::Mount {
 OutputMount::OutputMount(MountContext const& context, TreePath base, TreeReader::Shape shape)
     : context_(context),
       base_(std::move(base)),
-      reader_(context.backend, context.problems, base_, shape, *this) {}
+      reader_(context.loop, context.backend, context.problems, base_, shape, *this) {}
 
 void OutputMount::read() {
   reader_.start();
@@ -29,6 +29,9 @@ void OutputMount::valueIs(TreePath const& value, std::string const& text) {
   else if (!isOurs)
     throw JsonError({}, "is a file of nothing that there is");
 }
+
+// What can be replaced is.
+void OutputMount::valueUnreadable(TreePath const& value) { writer().found(value, std::nullopt); }
 
 void OutputMount::valueGone(TreePath const& value) { writer().found(value, std::nullopt); }
 

@@ -32,6 +32,7 @@ class OutputMount : protected TreeReader::Consumer {
   void directoryIs(TreePath const& directory) override;
   void directoryGone(TreePath const& directory) override;
   void valueIs(TreePath const& value, std::string const& text) override;
+  void valueUnreadable(TreePath const& value) override;
   void valueGone(TreePath const& value) override;
   void baseMissing() override;
 

@@ -8,8 +8,7 @@ namespace Oru::Mount {
 namespace {
 
 double now() {
-  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-      .count();
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace
@@ -36,9 +35,12 @@ std::vector<ProblemList::Problem> ProblemList::problems() const {
 
 char const* textOf(ProblemList::Activity activity) noexcept {
   switch (activity) {
-    case ProblemList::Activity::read: return "read";
-    case ProblemList::Activity::write: return "write";
-    case ProblemList::Activity::watch: return "watch";
+    case ProblemList::Activity::read:
+      return "read";
+    case ProblemList::Activity::write:
+      return "write";
+    case ProblemList::Activity::watch:
+      return "watch";
   }
   return "";
 }
@@ -46,7 +48,7 @@ char const* textOf(ProblemList::Activity activity) noexcept {
 std::string textOf(ProblemList::Problem const& problem) {
   std::string text = std::string("cannot ") + textOf(problem.activity) + ' ' +
                      (problem.file.empty() ? "the tree" : problem.file) + ": ";
-  if (!problem.place.empty()) text += problem.place + ": ";
+  if (!problem.place.empty()) text += problem.place + ' ';
   return text + problem.reason;
 }
 

@@ -8,8 +8,9 @@
 
 namespace Oru::Mount {
 
-// What is wrong with the tree now, as one program sees it: at most one problem for each file and activity. A problem
-// stands until it is cleared; reporting it again with the same words is no news.
+// What is wrong with the tree now, as one program sees it: at most one problem for each file and
+// activity. A problem stands until it is cleared; reporting it again with the same words is no
+// news.
 class ProblemList {
  public:
   enum class Activity { read, write, watch };
@@ -17,7 +18,8 @@ class ProblemList {
   struct Problem {
     std::string file;  // relative to the tree's root; empty for the root itself
     Activity activity = Activity::read;
-    std::string place;  // field inside the file, such as "chips.Chip1.deviceId"; empty for the whole file
+    // Field inside the file, such as "chips.Chip1.deviceId"; empty for the whole file.
+    std::string place;
     std::string reason;
     double since = 0.0;  // seconds since the epoch
   };
@@ -40,7 +42,8 @@ class ProblemList {
 
 // "read", "write", "watch".
 char const* textOf(ProblemList::Activity activity) noexcept;
-// One line: "cannot read hw/config/Slice1.json: chips.Chip1.deviceId: 65 is not in 0 to 64".
+// One line: "cannot read hw/config/Slice1.json: chips.Chip1.deviceId is not a whole number from 0
+// to 64".
 std::string textOf(ProblemList::Problem const& problem);
 // The text of a program's problem file (`problems/<program>.json`).
 std::string jsonOf(std::vector<ProblemList::Problem> const& problems);

@@ -19,13 +19,13 @@ ResetRequestMount::ResetRequestMount(MountContext const& context,
                                      Vunda::Ptr<Kesh::Dir> const& resetRequestDir)
     : context_(context),
       resetRequestDir_(resetRequestDir),
-      reader_(context.backend, context.problems, base, TreeReader::Shape::directories, *this) {}
+      reader_(context.loop, context.backend, context.problems, base, TreeReader::Shape::directories,
+              *this) {}
 
 void ResetRequestMount::baseMissing() { context_.queue.makeDirectory(base); }
 
 void ResetRequestMount::directoryIs(TreePath const& directory) {
-  requesters_[directory.leaf()] =
-      Vunda::makeNode<ResetRequestDir>(entityName(directory.leaf()));
+  requesters_[directory.leaf()] = Vunda::makeNode<ResetRequestDir>(entityName(directory.leaf()));
 }
 
 void ResetRequestMount::directoryRead(TreePath const& directory) {

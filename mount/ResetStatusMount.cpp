@@ -39,15 +39,15 @@ Duration ResetStatusMount::lastAnswer(Central::ResetType type) const {
 
 void ResetStatusMount::follow() {
   watch_ = std::make_unique<DirWatch>(
-      resetStatusDir_, DirWatch::Reactions{[this](auto const& who, auto const& entity) {
-                                             if (auto const dir =
-                                                     Vunda::ptrCast<ResetStatusDir>(entity))
-                                               requesterAdded(who, dir);
-                                           },
-                                           [this](auto const& who) {
-                                             requesters_.erase(who);
-                                             writer().directoryDel(base() / who);
-                                           }});
+      resetStatusDir_,
+      DirWatch::Reactions{[this](auto const& who, auto const& entity) {
+                            if (auto const dir = Vunda::ptrCast<ResetStatusDir>(entity))
+                              requesterAdded(who, dir);
+                          },
+                          [this](auto const& who) {
+                            requesters_.erase(who);
+                            writer().directoryDel(base() / who);
+                          }});
 }
 
 void ResetStatusMount::requesterAdded(std::string const& who, Ptr<ResetStatusDir> const& dir) {

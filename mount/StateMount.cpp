@@ -60,9 +60,8 @@ void StateMount::read() {
 }
 
 void StateMount::follow() {
-  config_.follow([this](auto const& slice, auto const& chip) {
-    status_.chipConfigChanged(slice, chip);
-  });
+  config_.follow(
+      [this](auto const& slice, auto const& chip) { status_.chipConfigChanged(slice, chip); });
   hwStatus_.follow();
   system_.follow();
   resetStatus_.follow();

@@ -24,7 +24,8 @@ StatusMount::StatusMount(MountContext const& context, Ptr<Dir> const& statusDir,
     : context_(context),
       statusDir_(statusDir),
       configDir_(configDir),
-      reader_(context.backend, context.problems, base, TreeReader::Shape::directories, *this) {}
+      reader_(context.loop, context.backend, context.problems, base, TreeReader::Shape::directories,
+              *this) {}
 
 void StatusMount::baseMissing() { context_.queue.makeDirectory(base); }
 

@@ -27,8 +27,7 @@ TreePath placeOf(TreePath const& directory, DeviceId id) {
 
 }  // namespace
 
-SystemMount::SystemMount(MountContext const& context,
-                         Vunda::Ptr<SystemStatus> const& systemStatus)
+SystemMount::SystemMount(MountContext const& context, Vunda::Ptr<SystemStatus> const& systemStatus)
     : writer_(context.writer),
       systemStatus_(systemStatus),
       chips_(*this, context, "chips", &SystemMount::loadChip),

@@ -25,7 +25,8 @@ class SystemMount {
   // One of the three directories.
   class Part final : public OutputMount {
    public:
-    Part(SystemMount& owner, MountContext const& context, std::string const& directory, Load loadText)
+    Part(SystemMount& owner, MountContext const& context, std::string const& directory,
+         Load loadText)
         : OutputMount(context, {"system", directory}, TreeReader::Shape::values),
           owner_(owner),
           load_(loadText) {}

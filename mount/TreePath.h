@@ -9,18 +9,21 @@
 
 namespace Oru::Mount {
 
-// Names of entities are arbitrary UTF-8 texts without NUL; the names of files are not. A file name is the name with every byte but letters,
-// digits and `-_.,+=@:` written as %XX (upper-case hexadecimal), and so are a leading dot and the dot of a trailing
-// `.json`: no name hides, climbs, separates, or looks like a value's file. Each name has exactly one file name, and only
-// that one is read back.
+// Names of entities are arbitrary UTF-8 texts without NUL; the names of files are not. A file name
+// is the name with every byte but letters, digits and `-_.,+=@:` written as %XX (upper-case
+// hexadecimal), and so are a leading dot and the dot of a trailing `.json`: no name hides, climbs,
+// separates, or looks like a value's file. Each name has exactly one file name, and only that one
+// is read back.
 
 // The file name of `name`, without extension.
 std::string encodedName(std::string_view name);
-// The name that a file name stands for; nothing when the file name is not one that encodedName() makes.
+// The name that a file name stands for; nothing when the file name is not one that encodedName()
+// makes.
 std::optional<std::string> decodedName(std::string_view fileName);
 
-// A place in the state tree: the names on the way from the root, as entities carry them (not encoded). The root is the
-// empty path. Values and directories are told apart by the operation, not by the path.
+// A place in the state tree: the names on the way from the root, as entities carry them (not
+// encoded). The root is the empty path. Values and directories are told apart by the operation, not
+// by the path.
 class TreePath {
  public:
   TreePath() = default;

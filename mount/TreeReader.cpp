@@ -16,8 +16,8 @@ using Kind = Backend::Kind;
 template <class Paths, class PathOf>
 std::vector<TreePath> below(Paths const& paths, TreePath const& directory, PathOf pathOf) {
   std::vector<TreePath> found;
-  for (auto at = paths.upper_bound(directory);
-       at != paths.end() && pathOf(*at).isWithin(directory); ++at)
+  for (auto at = paths.upper_bound(directory); at != paths.end() && pathOf(*at).isWithin(directory);
+       ++at)
     found.push_back(pathOf(*at));
   return found;
 }
@@ -30,13 +30,14 @@ std::map<std::string, std::string> straysOf(Backend::Listing const& listing) {
 
 }  // namespace
 
-TreeReader::TreeReader(Backend& backend, ProblemList& problems, TreePath directory, Shape shape,
-                       Consumer& consumer)
+TreeReader::TreeReader(EventLoop& loop, Backend& backend, ProblemList& problems, TreePath directory,
+                       Shape shape, Consumer& consumer)
     : backend_(backend),
       problems_(problems),
       base_(std::move(directory)),
       shape_(shape),
-      consumer_(consumer) {}
+      consumer_(consumer),
+      retry_(loop, [this] { syncAgain(); }) {}
 
 void TreeReader::start() {
   watch_ = backend_.watch(base_, *this);
@@ -44,23 +45,22 @@ void TreeReader::start() {
 }
 
 void TreeReader::lookAgain(TreePath const& value) {
-  auto const known = values_.find(value);
-  if (known == values_.end()) return;
-  known->second.state = State::unreadable;
-  syncValue(value);
+  if (stands(value)) syncValue(value);
 }
 
 bool TreeReader::accepted(TreePath const& value) const {
   auto const known = values_.find(value);
-  return known != values_.end() && known->second.state == State::accepted;
+  return known != values_.end() && known->second;
 }
 
 std::vector<TreePath> TreeReader::valuesIn(TreePath const& directory) const {
-  return below(values_, directory, [](auto const& entry) -> auto& { return entry.first; });
+  return below(
+      values_, directory, [](auto const& entry) -> auto& { return entry.first; });
 }
 
 void TreeReader::changed(std::vector<Backend::Change> const& changes) {
-  for (auto const& [path, kind] : changes) {
+  for (auto const& [path, kind, wasGone] : changes) {
+    if (wasGone && directories_.contains(path)) directoryGone(path);
     if (path == base_)
       sync();
     else if (kind == Kind::value && holdsValues(path.parent()))
@@ -106,12 +106,37 @@ void TreeReader::sync() {
 
 // One that cannot be read keeps what was known of it.
 bool TreeReader::readable(TreePath const& directory, Backend::Listing const& listing) {
+  failedIs(directory, listing.transient);
   bool const refused = listing.state == Backend::Listing::State::refused;
   if (refused)
     problems_.report(Activity::read, directory.text(), {}, listing.reason);
   else
     problems_.clear(Activity::read, directory.text());
   return !refused;
+}
+
+// What stands in the way (no descriptors, an input error) announces its end to nobody.
+void TreeReader::failedIs(TreePath const& path, bool failed) {
+  if (failed)
+    failed_.insert(path);
+  else
+    failed_.erase(path);
+  if (failed_.empty())
+    retry_.settled();
+  else
+    retry_.later();
+}
+
+void TreeReader::syncAgain() {
+  bool const inBase = failed_.contains(base_);
+  std::set<TreePath> const failed = std::exchange(failed_, {});
+  if (inBase) return sync();
+  for (auto const& path : failed) {
+    if (directories_.contains(path) || !holdsValues(path.parent()))
+      syncDirectory(path);
+    else
+      syncValue(path);
+  }
 }
 
 void TreeReader::syncDirectories(Backend::Listing const& listing) {
@@ -159,38 +184,39 @@ void TreeReader::syncValues(TreePath const& directory, Backend::Listing const& l
 }
 
 void TreeReader::syncValue(TreePath const& value) {
-  auto reading = backend_.read(value);
+  auto const reading = backend_.read(value);
   if (reading.state == Backend::Reading::State::absent) return valueGone(value);
   // A value in a directory that is not known yet is told when the directory is.
   if (shape_ == Shape::directories && !directories_.contains(value.parent()))
     return syncDirectory(value.parent());
-  Value& known = values_[value];
-  if (reading.state == Backend::Reading::State::refused) {
-    known.state = State::unreadable;
-    problems_.report(Activity::read, value.valueText(), {}, reading.reason);
+  failedIs(value, reading.transient);
+  if (reading.state == Backend::Reading::State::present) {
+    values_[value] = accepts(value, reading.text);
     return;
   }
-  if (known.state != State::unreadable && known.text == reading.text) return;
-  known.text = std::move(reading.text);
-  tell(value, known);
+  values_[value] = false;
+  problems_.report(Activity::read, value.valueText(), {}, reading.reason);
+  consumer_.valueUnreadable(value);
 }
 
-void TreeReader::tell(TreePath const& value, Value& known) {
+bool TreeReader::accepts(TreePath const& value, std::string const& text) {
   try {
-    known.state = State::refused;
-    consumer_.valueIs(value, known.text);
-    known.state = State::accepted;
-    problems_.clear(Activity::read, value.valueText());
+    consumer_.valueIs(value, text);
   } catch (JsonError const& error) {
     problems_.report(Activity::read, value.valueText(), error.place(), error.reason());
+    return false;
   }
+  problems_.clear(Activity::read, value.valueText());
+  return true;
 }
 
 void TreeReader::directoryGone(TreePath const& directory) {
   straysAre(directory, {});
+  failedIs(directory, false);
   problems_.clear(Activity::read, directory.text());
   for (auto const& value : valuesIn(directory)) {
     values_.erase(value);
+    failedIs(value, false);
     problems_.clear(Activity::read, value.valueText());
   }
   if (directories_.erase(directory)) consumer_.directoryGone(directory);
@@ -198,6 +224,7 @@ void TreeReader::directoryGone(TreePath const& directory) {
 
 void TreeReader::valueGone(TreePath const& value) {
   if (!values_.erase(value)) return;
+  failedIs(value, false);
   problems_.clear(Activity::read, value.valueText());
   consumer_.valueGone(value);
 }

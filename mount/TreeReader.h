@@ -7,13 +7,16 @@
 #include <vector>
 
 #include "mount/Backend.h"
+#include "mount/EventLoop.h"
 #include "mount/ProblemList.h"
+#include "mount/Retry.h"
 #include "mount/TreePath.h"
 
 namespace Oru::Mount {
 
 // Keeps a consumer informed of the values in one directory of the tree, now and from now on: lists,
-// reads, compares with what it told last, and tells the difference. What must not stand there, or
+// reads, and tells what is there and what is not there any more. A value that did not change may be
+// told again; the consumer compares. What must not stand there, or
 // what the consumer refuses, goes to the problem list until it is put right; what was accepted last
 // stays in force.
 class TreeReader final : Backend::Observer {
@@ -24,13 +27,16 @@ class TreeReader final : Backend::Observer {
   // Paths are whole paths from the root.
   class Consumer {
    public:
-    // A directory that is new, told before its values; with `directoryRead` after the first of them.
+    // A directory that is new, told before its values; with `directoryRead` after the first of
+    // them.
     virtual void directoryIs(TreePath const&) {}
     virtual void directoryRead(TreePath const&) {}
     // A directory is gone, with all its values, which are not told one by one.
     virtual void directoryGone(TreePath const&) {}
-    // A value is new or has another text. Refuses it by raising JsonError.
+    // A value has this text. Refuses it by raising JsonError.
     virtual void valueIs(TreePath const& value, std::string const& text) = 0;
+    // What stands at a value's place is none, or cannot be read. It is told once it can.
+    virtual void valueUnreadable(TreePath const&) {}
     // A value is gone, accepted or not.
     virtual void valueGone(TreePath const& value) = 0;
     // The watched directory itself is not there; it counts as empty.
@@ -40,8 +46,8 @@ class TreeReader final : Backend::Observer {
     ~Consumer() = default;
   };
 
-  TreeReader(Backend& backend, ProblemList& problems, TreePath directory, Shape shape,
-             Consumer& consumer);
+  TreeReader(EventLoop& loop, Backend& backend, ProblemList& problems, TreePath directory,
+             Shape shape, Consumer& consumer);
 
   // Watches and tells what is there.
   void start();
@@ -55,12 +61,6 @@ class TreeReader final : Backend::Observer {
   std::vector<TreePath> valuesIn(TreePath const& directory) const;
 
  private:
-  enum class State { accepted, refused, unreadable };
-  struct Value {
-    State state = State::unreadable;
-    std::string text;  // the last one that was told
-  };
-
   void changed(std::vector<Backend::Change> const& changes) override;
   void rootLost(std::string const& reason) override;
   void rootBack() override;
@@ -70,15 +70,17 @@ class TreeReader final : Backend::Observer {
   bool holdsValues(TreePath const& directory) const;
   bool isDirectory(TreePath const& path) const;
   void sync();
+  void syncAgain();
   void syncDirectory(TreePath const& directory);
   void syncValues(TreePath const& directory, Backend::Listing const& listing);
   void syncDirectories(Backend::Listing const& listing);
   void syncValue(TreePath const& value);
-  void tell(TreePath const& value, Value& known);
+  bool accepts(TreePath const& value, std::string const& text);
   void directoryGone(TreePath const& directory);
   void valueGone(TreePath const& value);
   void straysAre(TreePath const& directory, std::map<std::string, std::string> strays);
   bool readable(TreePath const& directory, Backend::Listing const& listing);
+  void failedIs(TreePath const& path, bool failed);
 
   Backend& backend_;
   ProblemList& problems_;
@@ -86,9 +88,11 @@ class TreeReader final : Backend::Observer {
   Shape const shape_;
   Consumer& consumer_;
   std::unique_ptr<Backend::Watch> watch_;
-  std::map<TreePath, Value> values_;
+  std::map<TreePath, bool> values_;  // whether the last text was accepted
   std::set<TreePath> directories_;
   std::map<TreePath, std::set<std::string>> strays_;
+  std::set<TreePath> failed_;  // could not be read the last time
+  Retry retry_;
 };
 
 }  // namespace Oru::Mount

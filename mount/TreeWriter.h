@@ -34,8 +34,8 @@ class TreeWriter {
   // The directory is to go, with everything in it.
   void directoryDel(TreePath const& directory);
 
-  // What a reader found at a place: a text, or none. What is to stand there and differs is put right.
-  // Returns whether something is to stand there.
+  // What a reader found at a place: a text, or none. What is to stand there and differs is put
+  // right. Returns whether something is to stand there.
   bool found(TreePath const& value, std::optional<std::string> text);
   // A reader found that the directory is gone, with everything in it.
   bool directoryMissing(TreePath const& directory);

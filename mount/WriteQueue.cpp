@@ -7,16 +7,12 @@
 
 namespace Oru::Mount {
 
-namespace {
-
-using std::chrono::milliseconds;
-constexpr milliseconds firstRetry{100};
-constexpr milliseconds longestRetry{5000};
-
-}  // namespace
-
 WriteQueue::WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems, Rank rank)
-    : loop_(loop), backend_(backend), problems_(problems), rank_(std::move(rank)) {}
+    : loop_(loop),
+      backend_(backend),
+      problems_(problems),
+      rank_(std::move(rank)),
+      retry_(loop, [this] { flush(); }) {}
 
 std::string WriteQueue::Place::file() const {
   return kind == Backend::Kind::value ? path.valueText() : path.text();
@@ -53,9 +49,8 @@ bool WriteQueue::flush() {
   Wishes wishes = std::exchange(wishes_, {});
   std::vector<Wishes::iterator> inOrder;
   for (auto at = wishes.begin(); at != wishes.end(); ++at) inOrder.push_back(at);
-  std::ranges::sort(inOrder, {}, [](auto const& at) {
-    return std::pair(at->second.rank, at->second.order);
-  });
+  std::ranges::sort(inOrder, {},
+                    [](auto const& at) { return std::pair(at->second.rank, at->second.order); });
   int failedRank = INT_MAX;
   for (auto const& at : inOrder) {
     if (at->second.rank <= failedRank && carryOut(at->first, at->second)) continue;
@@ -63,9 +58,9 @@ bool WriteQueue::flush() {
     wishes_.insert(wishes.extract(at));
   }
   if (wishes_.empty())
-    retryDelay_ = {};
+    retry_.settled();
   else if (!flush_)
-    tryAgainLater();
+    retry_.later();
   return wishes_.empty();
 }
 
@@ -76,15 +71,6 @@ bool WriteQueue::carryOut(Place const& place, Wish const& wish) {
   else
     problems_.clear(ProblemList::Activity::write, place.file());
   return !error;
-}
-
-void WriteQueue::tryAgainLater() {
-  if (retry_) return;
-  retryDelay_ = std::clamp(retryDelay_ * 2, firstRetry, longestRetry);
-  retry_ = loop_.timer(retryDelay_, [this] {
-    retry_.reset();
-    flush();
-  });
 }
 
 }  // namespace Oru::Mount

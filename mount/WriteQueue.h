@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -10,6 +9,7 @@
 #include "mount/Backend.h"
 #include "mount/EventLoop.h"
 #include "mount/ProblemList.h"
+#include "mount/Retry.h"
 
 namespace Oru::Mount {
 
@@ -57,7 +57,6 @@ class WriteQueue {
   using Wishes = std::map<Place, Wish>;
 
   bool carryOut(Place const& place, Wish const& wish);
-  void tryAgainLater();
 
   EventLoop& loop_;
   Backend& backend_;
@@ -66,8 +65,7 @@ class WriteQueue {
   Wishes wishes_;
   std::uint64_t lastOrder_ = 0;
   EventSource flush_;
-  EventSource retry_;
-  std::chrono::milliseconds retryDelay_{0};
+  Retry retry_;
 };
 
 }  // namespace Oru::Mount

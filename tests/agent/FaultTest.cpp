@@ -1,0 +1,219 @@
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include "tests/agent/AgentFixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using OruTest::TreePath;
+
+class Fault : public OruTest::AgentFixture {
+ protected:
+  // The agent still does its work.
+  void expectAlive() {
+    EXPECT_TRUE(agent->runs());
+    bringUp("Alive", 5.0, {60});
+  }
+};
+
+TEST_F(Fault, BadInputIsRefusedWithItsPlaceAndSettledByCorrection) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  auto const good = tree.read({"hw", "config", "S1"}).text;
+  auto const before = content();
+  struct Case {
+    char const* text;
+    char const* problem;
+  };
+  for (auto const& [text, problem] : {
+           Case{"", "hw/config/S1.json  is empty"},
+           Case{"nonsense", "hw/config/S1.json  is not JSON: line 1, column 2"},
+           Case{R"({"genTime":6})", "hw/config/S1.json chips is missing"},
+           Case{R"({"genTime":"6","chips":{}})", "hw/config/S1.json genTime is not a number"},
+           Case{R"({"genTime":6,"chips":{},"x":1})", "hw/config/S1.json x is not a field"},
+           Case{R"({"genTime":6,"chips":{"C1":{"deviceId":65,"ports":{}}}})",
+                "hw/config/S1.json chips.C1.deviceId is not a whole number from 0 to 64"},
+           Case{R"({"genTime":6,"chips":{"C1":{"deviceId":1,"po)",
+                "hw/config/S1.json  is not JSON"},
+       }) {
+    putText({"hw", "config", "S1"}, text);
+    EXPECT_TRUE(awaitsProblem(problem)) << text;
+  }
+  EXPECT_TRUE(agent->awaitsError("warning: cannot read hw/config/S1.json"));
+  putText({"hw", "config", "S1"}, good);
+  EXPECT_TRUE(awaitsNoProblem());
+  EXPECT_TRUE(agent->awaitsError("settled: cannot read hw/config/S1.json"));
+  EXPECT_EQ(before, content());
+  expectAlive();
+}
+
+TEST_F(Fault, WhatIsNoFileIsRefused) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  auto const good = tree.read({"hw", "config", "S1"}).text;
+  std::string const path = root + "/hw/config/S1.json";
+  std::ofstream(folder / "outside") << good;
+
+  fs::remove(path);
+  fs::create_symlink(folder / "outside", path);
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is a symbolic link"));
+  fs::remove(path);
+  fs::create_directory(path);
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is a directory where a file belongs"));
+  fs::remove(path);
+  ASSERT_EQ(0, ::mkfifo(path.c_str(), 0600));
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is a pipe"));
+  fs::remove(path);
+  std::ofstream(path) << std::string(Oru::Mount::FileTree::sizeLimit + 1, ' ');
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is larger than"));
+  std::ofstream(root + "/hw/config/a%2fb.json") << good;
+  EXPECT_TRUE(awaitsProblem("hw/config/a%2fb.json  is not the encoding of a name"));
+  fs::remove(root + "/hw/config/a%2fb.json");
+  expectAlive();
+}
+
+TEST_F(Fault, AStatusThatIsNewerThanItsConfigurationDoesNotEndTheAgent) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  report("S1", 1, configured("S1", 1) + 1.0);
+  EXPECT_TRUE(awaitsProblem("status/S1/C1.json genTime is newer than the generation"));
+  EXPECT_TRUE(stands({"system", "chips", "1"}));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+TEST_F(Fault, ARequestersDirectoryLeadsNowhereElse) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  double const before = configured("S1", 1);
+  fs::create_directories(folder / "outside");
+  std::ofstream(folder / "outside/allSlices.json")
+      << R"({"type":"allSlices","cause":"","reason":0,"genTime":9999999999})";
+  fs::create_directory_symlink(folder / "outside", root + "/reset/request/evil");
+  EXPECT_TRUE(awaitsProblem("reset/request/evil  is a symbolic link"));
+  fs::create_directories(root + "/reset/request/other");
+  fs::create_symlink(folder / "outside/allSlices.json",
+                     root + "/reset/request/other/allSlices.json");
+  EXPECT_TRUE(awaitsProblem("reset/request/other/allSlices.json  is a symbolic link"));
+  fs::create_directories(root + "/reset/request/other/deeper");
+  EXPECT_TRUE(awaitsProblem("reset/request/other/deeper  is a directory where a file belongs"));
+  EXPECT_EQ(before, configured("S1", 1));
+  EXPECT_FALSE(fs::exists(root + "/reset/status/evil"));
+}
+
+TEST_F(Fault, FilesThatTheAgentOwnsArePutRight) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  auto const before = content();
+  putText({"config", "S1", "C1"}, "{}");
+  fs::remove(root + "/launcher/chip/C1.json");
+  fs::remove_all(root + "/system");
+  EXPECT_TRUE(awaits([&] { return content() == before; }));
+}
+
+TEST_F(Fault, ATreeThatIsMovedAwayAndPutBackIsTakenUpWithWhatChanged) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  bringUp("S2", 5.0, {2});
+  auto const before = content();
+  fs::rename(root, folder / "away");
+  fs::remove(folder / "away/hw/config/S2.json");
+  fs::remove_all(folder / "away/status/S2");
+  fs::rename(folder / "away", root);
+  EXPECT_TRUE(awaitsWithdrawn(2));
+  EXPECT_TRUE(awaitsNoFile({"launcher", "slice", "S2"}));
+  EXPECT_EQ(before.at("config/S1/C1.json"), content().at("config/S1/C1.json"));
+  EXPECT_TRUE(stands({"system", "chips", "1"}));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+TEST_F(Fault, ATreeThatIsRemovedIsMadeAgainAroundWhatIsLeft) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  fs::remove_all(root);
+  fs::create_directories(root);
+  EXPECT_TRUE(awaits([&] { return fs::exists(root + "/hw/config"); }));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+// A small file system of its own, which only root can mount. `elsewhere` is the same tree by
+// another way, on which everything is allowed.
+class Disk : public Fault {
+ protected:
+  void SetUp() override {
+    fs::create_directories(elsewhere.root());
+    if (::mount("none", root.c_str(), "tmpfs", 0, "size=256k") < 0)
+      GTEST_SKIP() << "may not mount a file system";
+    mounted_ = true;
+    ASSERT_EQ(0, ::mount(root.c_str(), elsewhere.root().c_str(), nullptr, MS_BIND, nullptr));
+  }
+  void TearDown() override {
+    agent.reset();
+    if (!mounted_) return;
+    ::umount2(elsewhere.root().c_str(), MNT_DETACH);
+    ::umount2(root.c_str(), MNT_DETACH);
+  }
+  void fill() const {
+    std::ofstream file(elsewhere.root() + "/filler");
+    std::string const page(4096, 'x');
+    while (file.write(page.data(), 4096).flush()) {
+    }
+  }
+  void readOnlyIs(bool readOnly) const {
+    unsigned long const flags = MS_REMOUNT | MS_BIND | (readOnly ? 0UL + MS_RDONLY : 0UL);
+    EXPECT_EQ(0, ::mount("none", root.c_str(), nullptr, flags, nullptr));
+  }
+
+  Oru::Mount::FileTree const elsewhere{folder / "elsewhere"};
+
+ private:
+  bool mounted_ = false;
+};
+
+TEST_F(Disk, WhatAFullOneCouldNotTakeIsWrittenWhenThereIsRoom) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  insertSlice("S2", 0.0, {});
+  ASSERT_TRUE(awaitsFile({"launcher", "slice", "S2"}));
+  fill();
+  // Moving a file is possible on a full disk.
+  fs::rename(root + "/hw/config/S2.json", root + "/hw/config/S3.json");
+  EXPECT_TRUE(agent->awaitsError("No space left on device"));
+  EXPECT_FALSE(stands({"hw", "status", "S3"}));
+  fs::remove(elsewhere.root() + "/filler");
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S3"}));
+  EXPECT_TRUE(awaitsFile({"hw", "status", "S3"}));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+TEST_F(Disk, AReadOnlyTreeIsFollowedAndWrittenWhenItMayBe) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  readOnlyIs(true);
+  ASSERT_FALSE(elsewhere.put({"hw", "config", "S2"}, R"({"genTime":5,"chips":{}})"));
+  EXPECT_TRUE(agent->awaitsError("Read-only file system"));
+  EXPECT_FALSE(stands({"launcher", "slice", "S2"}));
+  readOnlyIs(false);
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S2"}));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+TEST_F(Disk, AnAgentStartsOnAReadOnlyTreeAndWritesWhenItMay) {
+  startAgent();
+  EXPECT_EQ(0, stopAgent());
+  insertSlice("S1", 5.0, {1});
+  readOnlyIs(true);
+  startAgent();
+  EXPECT_TRUE(agent->awaitsError("Read-only file system"));
+  readOnlyIs(false);
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(awaitsNoProblem());
+}
+
+}  // namespace

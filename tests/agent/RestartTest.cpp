@@ -1,0 +1,138 @@
+#include "tests/agent/AgentFixture.h"
+
+namespace {
+
+using OruTest::TreePath;
+
+class Restart : public OruTest::AgentFixture {};
+
+TEST_F(Restart, AnAgentThatWasKilledTakesUpWhatStandsAndChangesNothing) {
+  put({"features", "F1"}, {{"enabled", true}});
+  startAgent();
+  bringUp("S1", 5.0, {1, 2});
+  bringUp("S2", 6.0, {3});
+  requestReset("slice", 1.0, "S1");
+  ASSERT_TRUE(awaitsAnswer(1.0, "slice,S1"));
+  ASSERT_TRUE(awaits([&] { return genTime({"hw", "status", "S2"}) == 6.0; }));
+  auto const before = content();
+  killAgent();
+  startAgent();
+  EXPECT_EQ(before, content());
+  EXPECT_NE(std::string::npos, agent->errors().find("3 chips running on from before"));
+  // It follows what goes on.
+  requestReset("allSlices", configured("S1", 1) + 1.0);
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  EXPECT_TRUE(awaitsWithdrawn(3));
+}
+
+TEST_F(Restart, SigtermLeavesAgentsAndStateAsTheyAre) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  auto const before = content();
+  EXPECT_EQ(0, stopAgent());
+  EXPECT_EQ(before, content());
+  startAgent();
+  EXPECT_EQ(before, content());
+}
+
+TEST_F(Restart, ARequestThatWasAnsweredIsNotCarriedOutAgain) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  requestReset("chip", configured("S1", 1) + 1.0, "S1", "C1");
+  ASSERT_TRUE(awaitsFile({"reset", "status", "test", "chip,S1,C1"}));
+  double const after = configured("S1", 1);
+  killAgent();
+  startAgent();
+  EXPECT_EQ(after, configured("S1", 1));
+  report("S1", 1, after);
+  EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Restart, FeatureAgentsAreNotRestartedAgainForAnAnsweredRequest) {
+  put({"features", "F1"}, {{"enabled", true}});
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  requestReset("featureAgents", 7.5);
+  ASSERT_TRUE(awaitsAnswer(7.5, "featureAgents"));
+  killAgent();
+  // A feature agent that was added meanwhile has nothing to be restarted for.
+  put({"features", "F2"}, {{"enabled", true}});
+  startAgent();
+  EXPECT_TRUE(awaitsFile({"launcher", "feature", "F2"}));
+  EXPECT_EQ(Json::object(), json({"launcher", "feature", "F2"}));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F1"}).at("restart"));
+}
+
+TEST_F(Restart, WhatChangedMeanwhileIsTakenUp) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  bringUp("S2", 5.0, {2});
+  EXPECT_EQ(0, stopAgent());
+  pullSlice("S2");
+  withdrawSlice("S2");
+  insertSlice("S3", 5.0, {3});
+  requestReset("chip", configured("S1", 1) + 1.0, "S1", "C1");
+  startAgent();
+  EXPECT_TRUE(awaitsNoFile({"launcher", "slice", "S2"}));
+  EXPECT_TRUE(awaitsNoFile({"launcher", "chip", "C2"}));
+  EXPECT_TRUE(awaitsNoFile({"hw", "status", "S2"}));
+  EXPECT_TRUE(awaitsWithdrawn(2));
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S3"}));
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  EXPECT_TRUE(awaitsFile({"reset", "status", "test", "chip,S1,C1"}));
+}
+
+TEST_F(Restart, APulledSliceWhoseStatusStandsIsStoppedWhenThatGoes) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  EXPECT_EQ(0, stopAgent());
+  pullSlice("S1");
+  startAgent();
+  EXPECT_TRUE(awaitsNoFile({"hw", "status", "S1"}));
+  EXPECT_TRUE(stands({"launcher", "slice", "S1"}));
+  withdrawSlice("S1");
+  EXPECT_TRUE(awaitsNoFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(awaitsNoFile({"launcher", "chip", "C1"}));
+}
+
+TEST_F(Restart, AConfigurationThatIsRefusedCostsNoAgentItsEntry) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  EXPECT_EQ(0, stopAgent());
+  auto const good = tree.read({"hw", "config", "S1"}).text;
+  putText({"hw", "config", "S1"}, "{\"genTime\":");
+  startAgent();
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is not JSON"));
+  EXPECT_TRUE(stands({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(stands({"launcher", "chip", "C1"}));
+  putText({"hw", "config", "S1"}, good);
+  EXPECT_TRUE(awaitsNoProblem());
+  EXPECT_TRUE(stands({"launcher", "chip", "C1"}));
+}
+
+TEST_F(Restart, ASliceOfWhichAConfigurationIsLostIsTakenOverAnew) {
+  startAgent();
+  bringUp("S1", 5.0, {1, 2});
+  double const before = configured("S1", 2);
+  EXPECT_EQ(0, stopAgent());
+  EXPECT_FALSE(tree.remove({"config", "S1", "C1"}));
+  startAgent();
+  EXPECT_TRUE(awaitsStarted("S1", 1));
+  EXPECT_GT(configured("S1", 2), before);
+  EXPECT_TRUE(awaits([&] { return genTime({"hw", "status", "S1"}) == 5.0; }));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+  EXPECT_TRUE(awaitsNoProblem());
+}
+
+TEST_F(Restart, GenerationsStayAboveThoseOfBeforeThoughTheClockWasSetBack) {
+  double const far = 4e9;
+  insertSlice("S1", 5.0, {1});
+  put({"config", "S1", "C1"},
+      {{"deviceId", 1}, {"enabled", true}, {"genTime", far}, {"syncGenTime", far}});
+  reportSlice("S1", {1});
+  startAgent();
+  EXPECT_TRUE(awaits([&] { return configured("S1", 1) > far; }));
+}
+
+}  // namespace

@@ -1,0 +1,172 @@
+#include "tests/agent/AgentFixture.h"
+
+namespace {
+
+using OruTest::TreePath;
+
+class Supervision : public OruTest::AgentFixture {};
+
+TEST_F(Supervision, ASliceIsBroughtUpStepByStep) {
+  startAgent();
+  insertSlice("S1", 5.0, {1, 2});
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(awaitsFile({"hw", "status", "S1"}));
+  EXPECT_EQ(0.0, configured("S1", 1));
+  EXPECT_FALSE(json({"config", "S1", "C1"}).at("enabled").get<bool>());
+
+  reportSlice("S1", {1, 2});
+  EXPECT_TRUE(awaitsFile({"launcher", "chip", "C2"}));
+  EXPECT_TRUE(awaitsStarted("S1", 1));
+  EXPECT_TRUE(awaits([&] { return genTime({"hw", "status", "S1"}) == 5.0; }));
+  EXPECT_TRUE(json({"config", "S1", "C1"}).at("enabled").get<bool>());
+  EXPECT_FALSE(stands({"system", "chips", "1"}));
+
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+  EXPECT_EQ(configured("S1", 1), genTime({"system", "chips", "1"}));
+  EXPECT_EQ("S1", json({"system", "chips", "1"}).at("slice"));
+  EXPECT_EQ(Json::object({{"Eth1", 1}}), json({"system", "interfaces", "1"}).at("intfToPortId"));
+  EXPECT_EQ(Json::array({1}), json({"system", "slices", "S1"}).at("chips"));
+}
+
+TEST_F(Supervision, NamesThatNoFileCouldHaveWorkAsWell) {
+  startAgent();
+  std::string const slice = "Line Card 3/1 100%";
+  bringUp(slice, 5.0, {1});
+  EXPECT_TRUE(std::filesystem::exists(root + "/launcher/slice/Line%20Card%203%2F1%20100%25.json"));
+  requestReset("chip", 1.0, slice, "C1");
+  EXPECT_TRUE(awaitsAnswer(1.0, Oru::Mount::resetKeyName("chip", slice, "C1")));
+}
+
+TEST_F(Supervision, APulledBoardTakesItsAgentsWithItInBothOrders) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  bringUp("S2", 5.0, {2});
+  pullSlice("S1");
+  EXPECT_TRUE(awaitsNoFile({"hw", "status", "S1"}));
+  EXPECT_TRUE(stands({"launcher", "slice", "S1"}));
+  withdrawSlice("S1");
+  EXPECT_TRUE(awaitsNoFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(awaitsNoFile({"launcher", "chip", "C1"}));
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  EXPECT_TRUE(awaitsNoFile({"system", "slices", "S1"}));
+  EXPECT_FALSE(json({"config", "S1", "C1"}).at("enabled").get<bool>());
+
+  withdrawSlice("S2");
+  EXPECT_TRUE(awaitsNoFile({"launcher", "slice", "S2"}));
+  EXPECT_TRUE(awaitsWithdrawn(2));
+  pullSlice("S2");
+  EXPECT_TRUE(awaitsNoFile({"hw", "status", "S2"}));
+  EXPECT_TRUE(agent->runs());
+}
+
+TEST_F(Supervision, ABoardThatComesBackStartsAnew) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  double const before = configured("S1", 1);
+  pullSlice("S1");
+  withdrawSlice("S1");
+  ASSERT_TRUE(awaitsWithdrawn(1));
+  ASSERT_TRUE(awaitsNoFile({"launcher", "slice", "S1"}));
+  insertSlice("S1", 6.0, {1});
+  ASSERT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  reportSlice("S1", {1});
+  EXPECT_TRUE(awaits([&] { return genTime({"hw", "status", "S1"}) == 6.0; }));
+  EXPECT_GT(configured("S1", 1), before);
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Supervision, ABoardThatComesBackTooSoonWaitsForTheOldStatusToGo) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  pullSlice("S1");
+  ASSERT_TRUE(awaitsNoFile({"hw", "status", "S1"}));
+  insertSlice("S1", 6.0, {1});
+  EXPECT_TRUE(awaitsProblem("hw/config/S1.json  waits until status/S1/"));
+  withdrawSlice("S1");
+  EXPECT_TRUE(awaitsNoProblem());
+  EXPECT_TRUE(awaitsFile({"hw", "status", "S1"}));
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(agent->runs());
+}
+
+TEST_F(Supervision, ABoardThatIsExchangedIsReset) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  double const before = configured("S1", 1);
+  insertSlice("S1", 6.0, {1});
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  EXPECT_TRUE(awaits([&] { return configured("S1", 1) > before; }));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Supervision, AChipThatIsAddedToALiveSliceComesUp) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  insertSlice("S1", 6.0, {1, 2});
+  EXPECT_TRUE(awaitsFile({"launcher", "chip", "C2"}));
+  EXPECT_TRUE(awaitsStarted("S1", 2));
+  report("S1", 2, configured("S1", 2));
+  EXPECT_TRUE(awaitsPublished(2));
+}
+
+TEST_F(Supervision, AGenerationThatArrivesBeforeTheChipsReportedIsFollowedAllTheSame) {
+  startAgent();
+  insertSlice("S1", 0.0, {1});
+  ASSERT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  reportSlice("S1", {});
+  insertSlice("S1", 5.0, {1});
+  ASSERT_TRUE(awaitsStarted("S1", 1));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Supervision, ARequestResetsItsChipOnce) {
+  startAgent();
+  bringUp("S1", 5.0, {1, 2});
+  double const before = configured("S1", 1);
+  double const other = configured("S1", 2);
+  requestReset("chip", before + 1.0, "S1", "C1");
+  EXPECT_TRUE(awaitsAnswer(before + 1.0, "chip,S1,C1"));
+  EXPECT_GT(configured("S1", 1), before + 1.0);
+  EXPECT_EQ(other, configured("S1", 2));
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Supervision, AnOutdatedRequestIsAnsweredAndResetsNothing) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  double const before = configured("S1", 1);
+  requestReset("allSlices", 1.0);
+  EXPECT_TRUE(awaitsAnswer(1.0, "allSlices"));
+  EXPECT_EQ(before, configured("S1", 1));
+}
+
+TEST_F(Supervision, WithdrawingARequestWithdrawsItsAnswer) {
+  startAgent();
+  requestReset("slice", 1.0, "S1");
+  EXPECT_TRUE(awaitsAnswer(1.0, "slice,S1"));
+  EXPECT_FALSE(tree.remove({"reset", "request", "test", "slice,S1"}));
+  EXPECT_TRUE(awaitsNoFile({"reset", "status", "test", "slice,S1"}));
+}
+
+TEST_F(Supervision, FeaturesBecomeLauncherEntriesAndAreRestartedOnRequest) {
+  put({"features", "F1"}, {{"enabled", true}});
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  EXPECT_TRUE(awaitsFile({"launcher", "feature", "F1"}));
+  put({"features", "F2"}, {{"enabled", true}});
+  EXPECT_TRUE(awaitsFile({"launcher", "feature", "F2"}));
+  requestReset("featureAgents", 7.5);
+  EXPECT_TRUE(awaitsAnswer(7.5, "featureAgents"));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F1"}).at("restart"));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F2"}).at("restart"));
+  EXPECT_FALSE(tree.remove({"features", "F1"}));
+  EXPECT_TRUE(awaitsNoFile({"launcher", "feature", "F1"}));
+}
+
+}  // namespace
