@@ -8,7 +8,7 @@
 // Ns::Class::handler(const String&, Kesh::Seconds)".
 //
 //   - leading "virtual ", "static " and "constexpr " are dropped, and so is a template's trailing "[with T = ...]";
-//   - there is no blank before '&' and '*';
+//   - there is no blank before '&' and '*', and one between them and a word;
 //   - the runtime's string is called "String", without its namespace;
 //   - an unnamed namespace is called "{anonymous}".
 //
@@ -36,7 +36,8 @@ struct Signature {
       } else if (startsWith(raw, from, " &") || startsWith(raw, from, " *")) {
         ++from;
       } else {
-        text[to++] = raw[from++];
+        char const last = text[to++] = raw[from++];
+        if ((last == '&' || last == '*') && isWord(raw[from])) text[to++] = ' ';
       }
     }
   }
@@ -47,6 +48,10 @@ struct Signature {
       if (at >= N || raw[at] != *word) return false;
     }
     return true;
+  }
+
+  static constexpr bool isWord(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
   }
 
   static constexpr std::size_t leadingWords(char const (&raw)[N]) {

@@ -98,6 +98,26 @@ TEST_F(NotifieeConstTest, SwitchingRestoresTheZombieFlag) {
   EXPECT_FALSE(reactor_->zombieReactors());
 }
 
+TEST_F(NotifieeConstTest, IsAZombieWhileItSwitches) {
+  struct Looking : Announcer {
+    Vunda::Publisher* publisher() const override {
+      seen = reactor->zombieReactors();
+      return Announcer::publisher();
+    }
+    Reactor const* reactor = nullptr;
+    mutable bool seen = false;
+  };
+  auto const looking = makeNode<Looking>();
+  looking->reactor = reactor_.ptr();
+  reactor_->notifierIs(looking.ptr());
+  reactor_->hasNotificationActiveIs(true);
+  EXPECT_TRUE(looking->seen);
+  looking->seen = false;
+  reactor_->hasNotificationActiveIs(false);
+  EXPECT_TRUE(looking->seen);
+  EXPECT_FALSE(reactor_->zombieReactors());
+}
+
 TEST_F(NotifieeConstTest, AnotherNotifierEndsTheRegistrationWithTheOldOne) {
   auto const other = makeNode<Announcer>();
   reactor_->notifierIs(node_.ptr());
