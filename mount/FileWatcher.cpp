@@ -15,7 +15,8 @@ namespace {
 constexpr std::uint32_t watchMask = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                     IN_CLOSE_WRITE | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF |
                                     IN_ONLYDIR | IN_EXCL_UNLINK;
-constexpr std::uint32_t parentMask = IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
+constexpr std::uint32_t parentMask = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM |
+                                     IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t gone = IN_DELETE | IN_MOVED_FROM;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
@@ -26,10 +27,13 @@ int addWatch(int inotify, int directory, std::uint32_t mask) {
   return ::inotify_add_watch(inotify, path.c_str(), mask);
 }
 
+std::filesystem::path normal(std::string const& root) {
+  auto const path = std::filesystem::path(root).lexically_normal();
+  return path.has_filename() ? path : path.parent_path();
+}
+
 std::string parentOf(std::string const& root) {
-  auto path = std::filesystem::path(root).lexically_normal();
-  if (!path.has_filename()) path = path.parent_path();
-  auto const parent = path.parent_path().string();
+  auto const parent = normal(root).parent_path().string();
   return parent.empty() ? "." : parent;
 }
 
@@ -104,6 +108,9 @@ bool FileWatcher::armOne(TreePath const& directory) {
   if (!error) {
     directoryOf_[wd] = directory;
     armed_[directory] = wd;
+    struct ::stat status {};
+    if (directory.isRoot() && ::fstat(opened.get(), &status) == 0)
+      root_ = {status.st_dev, status.st_ino};
     if (failed_.erase(directory))
       notice(directory, [=](auto& observer) { observer.watchBack(directory); });
     return true;
@@ -141,6 +148,8 @@ void FileWatcher::openInotify() {
   inotify_ = UniqueFd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   if (!inotify_) throw std::system_error(lastError(), "inotify");
   ready_ = loop_.io(inotify_.get(), EPOLLIN, [this](std::uint32_t) { readEvents(); });
+  ++epoch_;
+  parentWatch_ = -1;
   directoryOf_.clear();
   armed_.clear();
   own_.clear();
@@ -149,11 +158,31 @@ void FileWatcher::openInotify() {
 void FileWatcher::startAfresh() {
   openInotify();
   bool const wasThere = std::exchange(rootThere_, true);
+  watchParent();
   arm({});
   if (!rootThere_) return;
   if (failed_.empty()) retry_.settled();
   if (!wasThere && !rootReason_.empty()) notice({}, [](auto& observer) { observer.rootBack(); });
   rootReason_.clear();
+}
+
+// Whether what stands at the root's place is the directory that is armed.
+bool FileWatcher::isArmedRoot() const {
+  struct ::stat status {};
+  return ::stat(tree_.root().c_str(), &status) == 0 &&
+         root_ == FileId{status.st_dev, status.st_ino};
+}
+
+void FileWatcher::watchParent() {
+  parentWatch_ = ::inotify_add_watch(inotify_.get(), parentOf(tree_.root()).c_str(), parentMask);
+}
+
+void FileWatcher::rootGone() {
+  rootThere_ = false;
+  rootReason_ = "the root is gone or another one";
+  notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
+  startAfresh();
+  if (rootThere_) noteAll();
 }
 
 void FileWatcher::rootMissing(std::error_code error) {
@@ -163,7 +192,7 @@ void FileWatcher::rootMissing(std::error_code error) {
     rootReason_ = error.message();
     notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
   }
-  ::inotify_add_watch(inotify_.get(), parentOf(tree_.root()).c_str(), parentMask);
+  watchParent();
   retry_.later();
 }
 
@@ -189,14 +218,15 @@ void FileWatcher::readEvents() {
     return deliver();
   }
   bool overflow = false;
+  auto const epoch = epoch_;
   for (char const* at = buffer; at < buffer + length;) {
     auto const& event = *reinterpret_cast<inotify_event const*>(at);
     at += sizeof(inotify_event) + event.len;
     overflow = overflow || (event.mask & IN_Q_OVERFLOW) != 0;
     handleEvent(event);
-    if (!rootThere_) break;
+    if (epoch_ != epoch) break;
   }
-  if (overflow && rootThere_) {
+  if (overflow && epoch_ == epoch) {
     startAfresh();
     noteAll();
   }
@@ -204,6 +234,7 @@ void FileWatcher::readEvents() {
 }
 
 void FileWatcher::handleEvent(inotify_event const& event) {
+  if (event.wd == parentWatch_) return handleParent(event);
   auto const known = directoryOf_.find(event.wd);
   if (known == directoryOf_.end()) return;
   TreePath const directory = known->second;
@@ -215,14 +246,16 @@ void FileWatcher::handleEvent(inotify_event const& event) {
     handleFile(directory, event.name, event.mask);
 }
 
+void FileWatcher::handleParent(inotify_event const& event) {
+  bool const isAboutRoot = event.len == 0 || normal(tree_.root()).filename() == event.name;
+  if (isAboutRoot && !isArmedRoot()) rootGone();
+}
+
 void FileWatcher::handleSelf(TreePath const& directory, inotify_event const& event) {
   bool const unmounted = (event.mask & (IN_UNMOUNT | IN_IGNORED)) != 0;
   if (directory.isRoot()) {
-    if (unmounted || (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0)
-      startAfresh();  // finds another directory in its place, or reports the loss
-    else if ((event.mask & IN_ATTRIB) == 0)
-      return;
-    if (rootThere_) noteAll();
+    if (unmounted || (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0) return rootGone();
+    if ((event.mask & IN_ATTRIB) != 0) noteAll();
   } else if (unmounted) {
     disarm(directory);
     arm(directory);

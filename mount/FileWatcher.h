@@ -24,9 +24,10 @@ namespace Oru::Mount {
 //
 //   armed          the root, the directories on the way to a watched one, and all below it
 //   overflow       everything is armed afresh, and every watched directory is reported
-//   root gone      reported; its parent directory is watched, and the root tried again with
-//                  back-off, until it is there; then everything is armed afresh and every watched
-//                  directory is reported
+//   root gone      or another directory in its place: reported, and tried again, with back-off and
+//                  whenever its parent directory changes, until it is there; then everything is
+//                  armed afresh and every watched directory is reported. The parent is watched for
+//                  it, since a directory in which somebody has a file open does not tell its end
 //   arming failed  reported for the place, tried again with back-off
 //
 // A plain file is reported when its writer closes it, when it is renamed into place, or when it
@@ -53,6 +54,10 @@ class FileWatcher {
     TreePath path;
     std::function<void(Backend::Observer&)> tell;
   };
+  struct FileId {
+    std::uint64_t device = 0, inode = 0;
+    bool operator==(FileId const&) const = default;
+  };
   // What tells one state of a file from another; all zero when there is none.
   struct Stamp {
     std::uint64_t inode = 0, size = 0, seconds = 0, nanoseconds = 0;
@@ -67,12 +72,16 @@ class FileWatcher {
   bool armOne(TreePath const& directory);
   void disarm(TreePath const& directory);
   void startAfresh();
+  void rootGone();
+  bool isArmedRoot() const;
+  void watchParent();
   void rootMissing(std::error_code error);
   void tryAgain();
 
   void openInotify();
   void readEvents();
   void handleEvent(inotify_event const& event);
+  void handleParent(inotify_event const& event);
   void handleSelf(TreePath const& directory, inotify_event const& event);
   void handleDirectory(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
   void handleFile(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
@@ -96,6 +105,9 @@ class FileWatcher {
 
   UniqueFd inotify_;
   EventSource ready_;
+  std::uint64_t epoch_ = 0;  // of inotify_: numbers of watches mean nothing in another one
+  int parentWatch_ = -1;
+  FileId root_;
   std::map<int, TreePath> directoryOf_;
   std::map<TreePath, int> armed_;
   std::set<TreePath> failed_;

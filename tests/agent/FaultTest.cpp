@@ -133,8 +133,11 @@ TEST_F(Fault, ATreeThatIsMovedAwayAndPutBackIsTakenUpWithWhatChanged) {
 TEST_F(Fault, ATreeThatIsRemovedIsMadeAgainAroundWhatIsLeft) {
   startAgent();
   bringUp("S1", 5.0, {1});
+  // One that runs puts its files back while they are being removed.
+  agent->signal(SIGSTOP);
   fs::remove_all(root);
   fs::create_directories(root);
+  agent->signal(SIGCONT);
   EXPECT_TRUE(awaits([&] { return fs::exists(root + "/hw/config"); }));
   EXPECT_TRUE(awaitsNoProblem());
   expectAlive();

@@ -273,6 +273,21 @@ TEST_F(FileBackendTest, ARootThatIsRemovedAndMadeAgainIsFollowedAgain) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
+// Such a directory lives on without a name, and does not tell.
+TEST_F(FileBackendTest, ARootInWhichAFileIsOpenIsFollowedAgainAfterItsRemoval) {
+  fs::create_directories(root + "/d");
+  std::ofstream open(root + "/open");
+  FileBackend backend(loop, root);
+  auto const watch = backend.watch({"d"}, recorder);
+  fs::remove_all(root);
+  fs::create_directories(root + "/d");
+  EXPECT_TRUE(awaits("back"));
+  OruTest::settle(loop);
+  take();
+  othersPut("d/a.json", "1");
+  EXPECT_TRUE(awaits("d/a.json"));
+}
+
 TEST_F(FileBackendTest, ARootThatIsExchangedIsReadAgainWithoutLoss) {
   fs::create_directories(root + "/d");
   FileBackend backend(loop, root);
