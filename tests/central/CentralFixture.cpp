@@ -43,7 +43,6 @@ void CentralFixture::TearDown() {
   ignoreWrites();
   stop();
   EXPECT_EQ(subscriptions(), "") << "subscriptions outlived the root";
-  helper->forgetFeatures();
   for (auto const& dir : {device.hwConfigDir, device.hwStatusDir, device.configDir,
                           device.statusDir, device.resetRequestDir, device.resetStatusDir,
                           device.sliceLauncher, device.chipLauncher, device.featureLauncher}) {
@@ -239,7 +238,7 @@ std::uint32_t CentralFixture::subscribers(Vunda::Node const& node) {
 }
 
 std::string CentralFixture::subscriptions() const {
-  return subscriptionText(device, helper->features().ptr());
+  return subscriptionText(device, helper->featureColl().ptr());
 }
 
 }  // namespace OruTest

@@ -45,8 +45,8 @@ using Vunda::String;
 
 using Names = std::vector<std::string>;
 
-// Seconds since the epoch that only tests move. Every reading is one second later than the one before, so that each
-// generation can be told from every other: the first is 1001.
+// Seconds since the epoch that only tests move. Every reading is one second later than the one
+// before, so that each generation can be told from every other: the first is 1001.
 class SimulatedClock {
  public:
   SimulatedClock();
@@ -62,11 +62,12 @@ class SimulatedClock {
 struct AtConfigGeneration {};
 inline constexpr AtConfigGeneration atConfigGeneration;
 
-// An in-memory device with the root on it: verbs for what the surroundings do, a journal of all that the machines do to
-// them, and the state that results. Traces of levels 1 and 3 are on.
+// An in-memory device with the root on it: verbs for what the surroundings do, a journal of all
+// that the machines do to them, and the state that results. Traces of levels 1 and 3 are on.
 //
-// Chips are named with a number at the end, which is their device id: "Chip1" has id 1 and the interfaces Et1/1 and
-// Et1/2 on its ports 1 and 2. No two slices have a chip of the same name, unless a test makes that itself.
+// Chips are named with a number at the end, which is their device id: "Chip1" has id 1 and the
+// interfaces Et1/1 and Et1/2 on its ports 1 and 2. No two slices have a chip of the same name,
+// unless a test makes that itself.
 //
 // When the test is over, the root goes, and nothing may be subscribed or held any more.
 class CentralFixture : public testing::Test {
@@ -99,9 +100,9 @@ class CentralFixture : public testing::Test {
   // The slice and chip agents.
   void sliceAgentReports(std::string const& slice);
   void sliceAgentLeaves(std::string const& slice);
-  void chipAgentReports(
-      std::string const& chip);                   // its status appears, generation 0, no interfaces
-  void chipAgentLeaves(std::string const& chip);  // its status disappears
+  // The chip's status appears (generation 0, no interfaces), and disappears.
+  void chipAgentReports(std::string const& chip);
+  void chipAgentLeaves(std::string const& chip);
   void reportInterfaces(std::string const& chip);  // those of its ports
   void reportStatus(std::string const& chip, double genTime);
   void reportStatus(std::string const& chip, AtConfigGeneration);

@@ -20,10 +20,10 @@ TEST_F(CentralSmDirTest, AConfiguredSliceIsPreparedAndItsAgentStarted) {
   insertSlice("Slice1", {"Chip1", "Chip2"});
   EXPECT_EQ(journal(), lines(R"(
     +config/Slice1
-    helper.createChipConfig(Chip1,Slice1)
+    helper.createChipConfig Chip1 in Slice1
     +config/Slice1/Chip1
     config/Slice1/Chip1.deviceId=1
-    helper.createChipConfig(Chip2,Slice1)
+    helper.createChipConfig Chip2 in Slice1
     +config/Slice1/Chip2
     config/Slice1/Chip2.deviceId=2
     +hwStatus/Slice1
@@ -281,10 +281,42 @@ TEST_F(CentralSmDirTest, ALauncherThatAnswersAtOnceGetsACompleteSlice) {
     +hwStatus/Slice1
     3 Starting slice agent Slice1
     +sliceLauncher/Slice1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 5
     hwStatus/Slice1.genTime=5
   )"));
+}
+
+TEST_F(CentralSmDirTest, AStatusThatGoesWhileTheSliceMachineIsMadeLeavesNoMachine) {
+  insertSlice("Slice1", {});
+  helper->once("sliceDetected", [&] { sliceAgentLeaves("Slice1"); });
+  sliceAgentReports("Slice1");
+  EXPECT_EQ(state(), "hwStatus/Slice1 genTime=5\nconfig/Slice1\n");
+}
+
+TEST_F(CentralSmDirTest, ASliceAnnouncedWhileItsMachineIsMadeGetsOneMachine) {
+  insertSlice("Slice1", {});
+  journal();
+  helper->once("sliceDetected", [&] { announceSlice("Slice1"); });
+  sliceAgentReports("Slice1");
+  EXPECT_EQ(journal(), lines(R"(
+    helper.sliceDetected Slice1
+    3 Starting slice agent Slice1
+    3 Skip creating sliceSm for Slice1 because it is being created
+    3 Detected a new slice inserted, hw genTime 5
+  )"));
+  EXPECT_EQ(subscribers(*hwConfig("Slice1")), 1u);
+}
+
+TEST_F(CentralSmDirTest, ANotificationForANameThatNeverWasChangesNothing) {
+  bringUp("Slice1", {"Chip1"});
+  auto const before = state();
+  String const never("never");
+  for (auto const& dir : {device.hwConfigDir, device.statusDir, device.resetRequestDir,
+                          Vunda::ptrCast<Dir>(device.statusDir->entityPtr("Slice1"))}) {
+    dir->publisher()->publishChange(Dir::entityPtrField, &never, nullptr);
+  }
+  EXPECT_EQ(state(), before);
 }
 
 TEST_F(CentralSmDirTest, AnUnknownNameChangesNothing) {

@@ -32,10 +32,10 @@ TEST_F(CentralSmResetDirTest, ARequestDirectoryThatAppearsGetsThem) {
   traces("2,3");
   observeWrites();
   requestDirAppears("ops");
-  EXPECT_NE(
-      journal().find("2 void Oru::Central::CentralSm::handleResetRequestDir(const String&): ops\n"
-                     "+resetStatus/ops\n"),
-      std::string::npos);
+  EXPECT_NE(journal().find("2 void Oru::Central::CentralSm::handleResetRequestDir(const "
+                           "String&): ops\n"
+                           "+resetStatus/ops\n"),
+            std::string::npos);
   EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
 }
 
@@ -44,7 +44,8 @@ TEST_F(CentralSmResetDirTest, ARequestDirectoryThatGoesLeavesItsRecords) {
   request(ResetType::featureAgents, "", "", 7);
   device.resetRequestDir->deleteEntity("ops");
   EXPECT_EQ(state(),
-            "resetStatus/ops/featureAgents,, cause=\"test\" reason=userRequest genTime=7\n");
+            "resetStatus/ops/featureAgents,, cause=\"test\" "
+            "reason=userRequest genTime=7\n");
 }
 
 TEST_F(CentralSmResetDirTest, ARepeatedAnnouncementChangesNothing) {
@@ -167,7 +168,7 @@ TEST_F(CentralSmResetDirTest, ADirectoryAnnouncedWhileItsMachineIsMadeGetsOneMac
   helper->once("featureAgentResetRequested", [&] { device.resetRequestDir->entityIs(dir); });
   device.resetRequestDir->entityIs(dir);
   EXPECT_EQ(journal(), lines(R"(
-    helper.featureAgentResetRequested(7)
+    helper.featureAgentResetRequested 7
     3 Skip creating resetSm for ops because it is being created
   )"));
   EXPECT_EQ(subscribers(*dir), 1u);

@@ -59,7 +59,8 @@ class CentralSmSyncTest : public CentralFixture {
     device.systemStatus->chipInfoIs(info);
   }
 
-  // Starts as far as to the synchronisation: after it no slice has a status any more, so none is taken up.
+  // Starts as far as to the synchronisation: after it no slice has a status any more, so none is
+  // taken up.
   void startAndSync() {
     helper->on("syncStateOnInit", [this] {
       synced = stateText(device, nullptr);
@@ -71,15 +72,15 @@ class CentralSmSyncTest : public CentralFixture {
   // Starts, and expects that Chip1 was found running, or was cleaned up.
   void expectRunning() {
     startAndSync();
-    EXPECT_NE(journal().find("helper.syncStateOnInit(1)\n"), std::string::npos);
+    EXPECT_NE(journal().find("helper.syncStateOnInit 1\n"), std::string::npos);
     EXPECT_NE(synced.find("chipInfo[1] Chip1@Slice1 genTime=100 Et1/1\n"), std::string::npos);
   }
   void expectCleanedUp() {
     startAndSync();
     std::string const lines = journal();
-    EXPECT_NE(
-        lines.find("3 Clean up chipInfo for chip Chip1 upon init\nhelper.syncStateOnInit()\n"),
-        std::string::npos)
+    EXPECT_NE(lines.find("3 Clean up chipInfo for chip Chip1 upon "
+                         "init\nhelper.syncStateOnInit\n"),
+              std::string::npos)
         << lines;
     EXPECT_EQ(synced.find("chipInfo["), std::string::npos) << synced;
   }
@@ -94,7 +95,7 @@ TEST_F(CentralSmSyncTest, WithoutAnythingPublishedTheHelperHearsOfNoChip) {
   startAndSync();
   auto const lines = journal();
   EXPECT_NE(lines.find("2 void Oru::Central::CentralSm::syncStateOnInit(): \n"
-                       "helper.syncStateOnInit()\n"),
+                       "helper.syncStateOnInit\n"),
             std::string::npos)
       << lines;
 }
@@ -134,7 +135,7 @@ TEST_F(CentralSmSyncTest, AChipJustNewerThanItsSlicesHardwareIsKept) {
   double const above = std::nextafter(hwGenTime, 6.0);
   leftChip("Slice1", "Chip1", above, above, above);
   startAndSync();
-  EXPECT_NE(journal().find("helper.syncStateOnInit(1)\n"), std::string::npos);
+  EXPECT_NE(journal().find("helper.syncStateOnInit 1\n"), std::string::npos);
 }
 
 TEST_F(CentralSmSyncTest, AllChipsOfASliceWhoseHardwareMovedOnAreCleanedUp) {
@@ -228,8 +229,8 @@ TEST_F(CentralSmSyncTest, CleaningUpDropsInterfacesThenTheIdThenTheEntry) {
   observeWrites();
   start();
   EXPECT_EQ(journal(), lines(R"(
-    helper.initialize()
-    helper.featureCollection()
+    helper.initialize
+    helper.featureCollection
     3 Clean up chipInfo for chip Chip1 upon init
     -intfToChipPort[Et1/1]
     sliceToChipMap[Slice1]=2
@@ -238,7 +239,7 @@ TEST_F(CentralSmSyncTest, CleaningUpDropsInterfacesThenTheIdThenTheEntry) {
     -intfToChipPort[Et2/1]
     sliceToChipMap[Slice1]=
     -chipInfo[2]
-    helper.syncStateOnInit()
+    helper.syncStateOnInit
   )"));
 }
 
@@ -280,7 +281,7 @@ TEST_F(CentralSmSyncTest, OnlyTheChipsThatDoNotRunAreCleanedUp) {
   leftChip("Slice1", "Chip2", running, 99);
   leftChip("Slice2", "Chip3");
   startAndSync();
-  EXPECT_NE(journal().find("helper.syncStateOnInit(1,3)\n"), std::string::npos);
+  EXPECT_NE(journal().find("helper.syncStateOnInit 1 3\n"), std::string::npos);
   EXPECT_EQ(synced.substr(synced.find("chipInfo")), lines(R"(
     chipInfo[1] Chip1@Slice1 genTime=100 Et1/1
     chipInfo[3] Chip3@Slice2 genTime=100 Et3/1
@@ -298,15 +299,15 @@ TEST_F(CentralSmSyncTest, ARestartWithLeftoversKeepsWhatRunsAndStopsNothing) {
   observeWrites();
   start();
   EXPECT_EQ(journal(), lines(R"(
-    helper.initialize()
-    helper.featureCollection()
+    helper.initialize
+    helper.featureCollection
     3 Clean up chipInfo for chip Chip2 upon init
     -intfToChipPort[Et2/1]
     sliceToChipMap[Slice1]=1
     -chipInfo[2]
-    helper.syncStateOnInit(1)
-    helper.createChipConfig(Chip1,Slice1)
-    helper.createChipConfig(Chip2,Slice1)
+    helper.syncStateOnInit 1
+    helper.createChipConfig Chip1 in Slice1
+    helper.createChipConfig Chip2 in Slice1
     3 Starting slice agent Slice1
     +sliceLauncher/Slice1
     3 Create chipSm for Chip1
@@ -314,15 +315,15 @@ TEST_F(CentralSmSyncTest, ARestartWithLeftoversKeepsWhatRunsAndStopsNothing) {
     +chipLauncher/Chip1
     3 config genTime 100 status genTime 100
     3 Chip is initialized Chip1 genTime 100
-    helper.chipAlreadyAdded(Chip1@Slice1 genTime=100 Et1/1)
+    helper.chipAlreadyAdded 1 Chip1 Slice1 100 Et1/1
     3 Create chipSm for Chip2
     3 Starting chip agent Chip2
     +chipLauncher/Chip2
     3 config genTime 100 status genTime 99
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 config genTime 100 status genTime 100
     3 Chip is initialized Chip1 genTime 100
-    helper.chipAlreadyAdded(Chip1@Slice1 genTime=100 Et1/1)
+    helper.chipAlreadyAdded 1 Chip1 Slice1 100 Et1/1
     3 config genTime 100 status genTime 99
   )"));
 }
@@ -342,12 +343,12 @@ TEST_F(CentralSmSyncTest, WhatTheHelperChangesInInitializeIsHandledAtOnce) {
   helper->once("initialize", [&] { insertSlice("Slice1", {"Chip1"}); });
   start();
   EXPECT_EQ(journal(), lines(R"(
-    helper.initialize()
-    helper.createChipConfig(Chip1,Slice1)
+    helper.initialize
+    helper.createChipConfig Chip1 in Slice1
     3 Starting slice agent Slice1
-    helper.featureCollection()
-    helper.syncStateOnInit()
-    helper.createChipConfig(Chip1,Slice1)
+    helper.featureCollection
+    helper.syncStateOnInit
+    helper.createChipConfig Chip1 in Slice1
     3 Starting slice agent Slice1
   )"));
 }

@@ -60,14 +60,14 @@ TEST_F(CentralSmTest, StartsInThisOrder) {
   start();
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralSm::handleInitialized(): 
-    helper.initialize()
-    helper.featureCollection()
+    helper.initialize
+    helper.featureCollection
     2 void Oru::Central::CentralSm::syncStateOnInit(): 
-    helper.syncStateOnInit()
+    helper.syncStateOnInit
     2 void Oru::Central::CentralSm::handleHwConfigDir(): 
     2 void Oru::Central::CentralSm::handleHwConfigDir(const String&): Slice1
     +config/Slice1
-    helper.createChipConfig(Chip1,Slice1)
+    helper.createChipConfig Chip1 in Slice1
     +config/Slice1/Chip1
     config/Slice1/Chip1.deviceId=1
     +hwStatus/Slice1
@@ -79,7 +79,7 @@ TEST_F(CentralSmTest, StartsInThisOrder) {
     +resetStatus/ops
     2 void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleInitialized(): {resetType=featureAgents chipName= sliceName=}
     2 void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleResetRequest(): {resetType=featureAgents chipName= sliceName=} genTime 7
-    helper.featureAgentResetRequested(7)
+    helper.featureAgentResetRequested 7
     +resetStatus/ops/featureAgents,,
     resetStatus/ops/featureAgents,,.resetCause=test
     resetStatus/ops/featureAgents,,.resetReason=userRequest
@@ -90,7 +90,7 @@ TEST_F(CentralSmTest, StartsInThisOrder) {
 TEST_F(CentralSmTest, GivesTheHelperItsFeatureCollection) {
   start();
   ASSERT_TRUE(root->featureColl());
-  EXPECT_EQ(helper->features(), root->featureColl());
+  EXPECT_EQ(helper->featureColl(), root->featureColl());
   EXPECT_TRUE(root->featureColl()->feature().empty());
 }
 
@@ -278,7 +278,7 @@ TEST_F(CentralSmTest, GoesInThisOrder) {
   start();
   bringUp("Slice1", {"Chip1"});
   request(ResetType::chip, "Chip1", "Slice1", 7);
-  helper->features()->featureIs("a", true);
+  helper->featureColl()->featureIs("a", true);
   traces("2,3");
   observeWrites();
   journal();
@@ -288,7 +288,7 @@ TEST_F(CentralSmTest, GoesInThisOrder) {
     2 void Oru::Central::CentralSliceSm::doReset(bool): Slice1 enabled false
     2 void Oru::Central::CentralChipSm::doReset(bool): Chip1 enabled false
     2 void Oru::Central::CentralChipSm::removeFromSystemStatus(): Chip1
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=
@@ -323,7 +323,7 @@ TEST_F(CentralSmTest, FeaturesAndResetMachinesGoBeforeTheSlices) {
   std::uint32_t entryUsers = 0, featureUsers = 0;
   helper->once("chipRemoved", [&] {
     entryUsers = entry->useCount();
-    featureUsers = helper->features()->useCount();
+    featureUsers = helper->featureColl()->useCount();
   });
   stop();
   EXPECT_EQ(entryUsers, 2u);    // the directory and this test

@@ -90,7 +90,7 @@ TEST_F(ChipSmTest, StatusCatchingUpPublishesTheChip) {
     intfToChipPort[Et1/1]=1:1
     intfToChipPort[Et1/2]=1:2
     sliceToChipMap[Slice1]=1
-    helper.chipAdded(Chip1@Slice1 genTime=1001 Et1/1 Et1/2)
+    helper.chipAdded 1 Chip1 Slice1 1001 Et1/1 Et1/2
     chipInfo[1]=Chip1@Slice1 genTime=1001 Et1/1 Et1/2
   )"));
 }
@@ -112,7 +112,7 @@ TEST_F(ChipSmTest, InterfacesReportedAtTheSameGenerationAreNotPublishedAgain) {
   EXPECT_EQ(journal(), lines(R"(
     3 config genTime 1001 status genTime 1001
     3 Chip is initialized Chip1 genTime 1001
-    helper.chipAlreadyAdded(Chip1@Slice1 genTime=1001 Et1/1 Et1/2)
+    helper.chipAlreadyAdded 1 Chip1 Slice1 1001 Et1/1 Et1/2
   )"));
 }
 
@@ -127,7 +127,7 @@ TEST_F(ChipSmTest, DoResetWithdrawsThenEnablesThenWritesBothGenerationsThenSaysS
   publishedChip();
   chipSm("Chip1")->doReset(false);
   EXPECT_EQ(journal(), lines(R"(
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=
@@ -220,7 +220,7 @@ TEST_F(ChipSmTest, GoingStopsTheAgentAndDeletesItsEntry) {
     2 void Oru::Central::CentralChipSm::handleDestroyed(): Chip1
     2 void Oru::Central::CentralChipSm::doReset(bool): Chip1 enabled false
     2 void Oru::Central::CentralChipSm::removeFromSystemStatus(): Chip1
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=
@@ -279,7 +279,7 @@ TEST_F(ChipSmWithoutLauncherTest, ADeletedChipIsNotStoppedAndStaysPublished) {
   EXPECT_TRUE(published());
 }
 
-// Writes lines to standard error, where a dying process is read, and lets a test act on one of them.
+// Writes lines to standard error, where a dying process is read, or lets a test act on them.
 struct ErrorSink final : Kesh::TraceSink {
   std::function<void(std::string_view text)> onLine;
   void write(Kesh::TraceLine const& line) noexcept override {
@@ -316,7 +316,8 @@ TEST_F(ChipSmDeathTest, AnAgentAheadOfItsConfigurationEndsTheProcessAfterADumpOf
                                   "3 byte 6 config 240 status 248\n"
                                   "3 byte 7 config 63 status 63\n"));
   EXPECT_DEATH(reportStatus("Chip1", 1.5),
-               "Assertion `config\\(\\)->genTime\\(\\) >= status\\(\\)->genTime\\(\\)' failed");
+               "Assertion `config\\(\\)->genTime\\(\\) >= "
+               "status\\(\\)->genTime\\(\\)' failed");
 }
 
 TEST_F(ChipSmDeathTest, AGenerationThatIsNoNumberEndsTheProcessWithoutDump) {
@@ -358,7 +359,8 @@ TEST_F(ChipSmDeathTest, GenerationsThatComeRightDuringTheDumpAreSaidAndSurvive) 
 TEST_F(ChipSmDeathTest, AddingAChipNeedsEqualGenerationsThatAreSet) {
   freshChip();
   auto const text = testing::HasSubstr(
-      "Assertion `config()->genTime() == status()->genTime() && config()->genTime()' failed");
+      "Assertion `config()->genTime() == "
+      "status()->genTime() && config()->genTime()' failed");
   EXPECT_DEATH(chipSm("Chip1")->addToSystemStatus(), text);
   configured(0);
   EXPECT_DEATH(chipSm("Chip1")->addToSystemStatus(), text);

@@ -1,5 +1,6 @@
-// An exception at every point of every creation: each call of the helper, each allocation. Nothing is left behind then
-// but what was already written to the directories, and the next attempt succeeds.
+// An exception at every point of every creation: each call of the helper, each allocation. Nothing
+// is left behind then but what was already written to the directories, and the next attempt
+// succeeds.
 
 #include <new>
 #include <stdexcept>
@@ -21,14 +22,14 @@ class ConstructionFailureTest : public CentralFixture {
  protected:
   ConstructionFailureTest() { traces("none"); }
 
-  // A new device as an earlier run left it: two slices, one chip that runs and is published, one that is left over, a
-  // reset request of every type.
+  // A new device as an earlier run left it: two slices, one chip that runs and is published, one
+  // that is left over, a reset request of every type.
   void left() {
     stop();
     device = Device::make();
     helper = Vunda::makeNode<DeviceHelper>(journal_);
     helper->on("initialize", [this] { filled = false; });
-    helper->on("featureCollection", [this] { helper->features()->featureIs("f", true); });
+    helper->on("featureCollection", [this] { helper->featureColl()->featureIs("f", true); });
     requestDirAppears();
     start();
     bringUp("Slice1", {"Chip1", "Chip2"});
@@ -38,7 +39,6 @@ class ConstructionFailureTest : public CentralFixture {
     request(ResetType::allSlices, "", "", 1);
     request(ResetType::featureAgents, "", "", 1);
     stop();
-    helper->forgetFeatures();
     for (char const* chip : {"Chip1", "Chip3"}) {
       chipConfig(chip)->enabledIs(true);
       reportStatus(chip, atConfigGeneration);
@@ -124,7 +124,6 @@ TEST_F(ConstructionFailureTest, AFailedStartLeavesNoMemoryBehind) {
   left();
   start();
   stop();
-  helper->forgetFeatures();
   for (std::size_t nth = 0; nth < 400; nth += 7) {
     device = Device::make();
     helper = nullptr;

@@ -1,13 +1,6 @@
 #include "tests/central/DeviceHelper.h"
 
-#include "tests/central/StateText.h"
-
 namespace OruTest {
-
-using Oru::Central::ChipConfig;
-using Oru::Central::FeatureCollection;
-using Vunda::Ptr;
-using Vunda::String;
 
 DeviceHelper::~DeviceHelper() = default;
 
@@ -19,50 +12,17 @@ void DeviceHelper::once(std::string const& operation, Action action) {
   });
 }
 
-void DeviceHelper::called(std::string const& operation, std::string const& arguments) const {
-  journal_.happened("helper." + operation + "(" + arguments + ")");
-  auto const found = actions_.find(operation);
+void DeviceHelper::called(std::string const& line) const {
+  journal_.happened("helper." + line);
+  auto const found = actions_.find(line.substr(0, line.find(' ')));
   if (found == actions_.end()) return;
   Action const action = found->second;
   action();
 }
 
-void DeviceHelper::initialize() { called("initialize"); }
-
-void DeviceHelper::syncStateOnInit(Oru::Central::ChipCollection const& runningChips) {
-  called("syncStateOnInit", textOf(runningChips));
-}
-
-void DeviceHelper::sliceDetected(String const& sliceName) {
-  called("sliceDetected", textOf(sliceName));
-}
-
-void DeviceHelper::chipAdded(Oru::Central::ChipInfo const& chipInfo) {
-  called("chipAdded", textOf(chipInfo));
-}
-
-void DeviceHelper::chipAlreadyAdded(Oru::Central::ChipInfo const& chipInfo) {
-  called("chipAlreadyAdded", textOf(chipInfo));
-}
-
-void DeviceHelper::chipRemoved(Oru::Central::DeviceId deviceId) {
-  called("chipRemoved", textOf(deviceId));
-}
-
-void DeviceHelper::featureAgentResetRequested(Vunda::Duration genTime) {
-  called("featureAgentResetRequested", textOf(genTime));
-}
-
-void DeviceHelper::featureCollection(Ptr<FeatureCollection> const& featureColl) const {
-  features_ = featureColl;
-  called("featureCollection", featureColl ? "" : "null");
-}
-
-Ptr<ChipConfig> DeviceHelper::createChipConfig(String const& chipName,
-                                               Ptr<Kesh::Dir> const& sliceConfigDir) {
-  called("createChipConfig", textOf(chipName) + "," + textOf(sliceConfigDir->name()));
-  if (!makesChipConfigs_) return nullptr;
-  return Vunda::ptrCast<ChipConfig>(sliceConfigDir->createEntity(ChipConfig::typeName, chipName));
+Vunda::Ptr<Oru::Central::ChipConfig> DeviceHelper::createChipConfig(
+    Vunda::String const& chipName, Vunda::Ptr<Kesh::Dir> const& sliceConfigDir) {
+  return makesChipConfigs_ ? RecordingHelper::createChipConfig(chipName, sliceConfigDir) : nullptr;
 }
 
 }  // namespace OruTest

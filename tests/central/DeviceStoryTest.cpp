@@ -20,7 +20,7 @@ TEST_F(DeviceStoryTest, ASliceIsInserted) {
   insertSlice("Slice1", {"Chip1"});
   EXPECT_EQ(journal(), lines(R"(
     +config/Slice1
-    helper.createChipConfig(Chip1,Slice1)
+    helper.createChipConfig Chip1 in Slice1
     +config/Slice1/Chip1
     config/Slice1/Chip1.deviceId=1
     +hwStatus/Slice1
@@ -40,7 +40,7 @@ TEST_F(DeviceStoryTest, ASliceIsInserted) {
     3 Starting chip agent Chip1
     +chipLauncher/Chip1
     3 config genTime 0 status genTime 0
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 5
     3 Cannot find chip Chip1 in systemStatus
     config/Slice1/Chip1.enabled=true
@@ -51,7 +51,8 @@ TEST_F(DeviceStoryTest, ASliceIsInserted) {
     3 config genTime 1001 status genTime 0
   )"));
 
-  // The chip agent reports its ports, then the generation that it was configured with: the chip is published.
+  // The chip agent reports its ports, then the generation that it was configured with: the chip is
+  // published.
   reportInterfaces("Chip1");
   journal();
   reportStatus("Chip1", atConfigGeneration);
@@ -61,7 +62,7 @@ TEST_F(DeviceStoryTest, ASliceIsInserted) {
     intfToChipPort[Et1/1]=1:1
     intfToChipPort[Et1/2]=1:2
     sliceToChipMap[Slice1]=1
-    helper.chipAdded(Chip1@Slice1 genTime=1001 Et1/1 Et1/2)
+    helper.chipAdded 1 Chip1 Slice1 1001 Et1/1 Et1/2
     chipInfo[1]=Chip1@Slice1 genTime=1001 Et1/1 Et1/2
   )"));
   EXPECT_EQ(state(), lines(R"(
@@ -84,7 +85,7 @@ TEST_F(DeviceStoryTest, ASliceIsPulledAndItsConfigurationGoesFirst) {
   EXPECT_EQ(journal(), "-hwStatus/Slice1\n");
   sliceAgentLeaves("Slice1");
   EXPECT_EQ(journal(), lines(R"(
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=
@@ -103,7 +104,9 @@ TEST_F(DeviceStoryTest, ASliceIsPulledAndItsConfigurationGoesFirst) {
     3 Stopping chip agent Chip1
     -chipLauncher/Chip1
   )"));
-  EXPECT_EQ(state(), "config/Slice1/Chip1 deviceId=1 disabled genTime=1005 syncGenTime=1006\n");
+  EXPECT_EQ(state(),
+            "config/Slice1/Chip1 deviceId=1 disabled genTime=1005 "
+            "syncGenTime=1006\n");
 }
 
 TEST_F(DeviceStoryTest, ASliceIsPulledAndItsStatusGoesFirst) {
@@ -116,7 +119,9 @@ TEST_F(DeviceStoryTest, ASliceIsPulledAndItsStatusGoesFirst) {
   journal();
   removeSlice("Slice1");
   EXPECT_EQ(journal(), "-hwStatus/Slice1\n");
-  EXPECT_EQ(state(), "config/Slice1/Chip1 deviceId=1 disabled genTime=1005 syncGenTime=1006\n");
+  EXPECT_EQ(state(),
+            "config/Slice1/Chip1 deviceId=1 disabled genTime=1005 "
+            "syncGenTime=1006\n");
 }
 
 TEST_F(DeviceStoryTest, APulledSliceIsInsertedAgain) {

@@ -151,7 +151,7 @@ std::string brokenOwnership(Device const& device, CentralSm const& root,
   census.device(device);
   census.root(root);
   census.held(&helper, "helper");
-  census.held(helper.features(), "features");
+  census.held(helper.featureColl(), "features");
   std::string broken;
   for (Node const* const node : census.order) {
     Census::Entry const& entry = census.nodes[node];

@@ -8,12 +8,13 @@
 
 namespace OruTest {
 
-// Everything that the machines do to their surroundings, one line each, in the order in which it happens:
+// Everything that the machines do to their surroundings, one line each, in the order in which it
+// happens:
 //
-//   3 Starting slice agent Slice1           a text trace: its level, its text
-//   helper.sliceDetected(Slice1)            a call of the platform helper
-//   +sliceLauncher/Slice1                   an entity was put into a directory, in whatever way; - for a removal
-//   hwStatus/Slice1.genTime=5               an attribute or a keyed member was written
+//   3 Starting slice agent Slice1     a text trace: its level, its text
+//   helper.sliceDetected Slice1       a call of the platform helper
+//   +sliceLauncher/Slice1             an entity was put into a directory; - for a removal
+//   hwStatus/Slice1.genTime=5         an attribute or a keyed member was written
 class Journal final : public Kesh::TraceSink {
  public:
   // Runs on every helper call and every write, after its line was added; not on traces.

@@ -1,9 +1,11 @@
-// A device on which everything happens in a random order. After every step all that must hold at rest is checked against
-// the real objects. A failure names the seed and the steps; ORU_TEST_SEED in the environment runs one seed.
+// A device on which everything happens in a random order. After every step all that must hold at
+// rest is checked against the real objects. A failure names the seed and the steps; ORU_TEST_SEED
+// in the environment runs one seed.
 
 #include <cstdlib>
 #include <random>
 #include <set>
+#include <sstream>
 
 #include "runtime/kesh/System.h"
 #include "tests/central/CentralFixture.h"
@@ -199,10 +201,10 @@ class RandomDeviceTest : public CentralFixture {
     String const name(std::string("feature" + std::to_string(pick(3))));
     switch (pick(3)) {
       case 0:
-        helper->features()->featureDel(name);
+        helper->featureColl()->featureDel(name);
         break;
       default:
-        helper->features()->featureIs(name, chance());
+        helper->featureColl()->featureIs(name, chance());
     }
     return "a feature changes";
   }
@@ -262,13 +264,12 @@ class RandomDeviceTest : public CentralFixture {
 
   // Folds the helper's calls into the set of chips that it was told of.
   void helperSaid(std::string const& line) {
-    auto const argument = [&](std::size_t from) {
-      return line.substr(from, line.find_first_of("@)", from) - from);
-    };
-    if (line.starts_with("helper.chipAdded(Chip")) told_.insert(argument(21));
-    if (line.starts_with("helper.chipRemoved(")) told_.erase(argument(19));
-    EXPECT_FALSE(line.starts_with("helper.syncStateOnInit(") && line != "helper.syncStateOnInit()")
-        << line;
+    std::istringstream words(line);
+    std::string operation, id;
+    words >> operation >> id;
+    if (operation == "helper.chipAdded") told_.insert(id);
+    if (operation == "helper.chipRemoved") told_.erase(id);
+    EXPECT_FALSE(operation == "helper.syncStateOnInit" && !id.empty()) << line;
   }
 
   void verify() {
@@ -283,7 +284,8 @@ class RandomDeviceTest : public CentralFixture {
     verifyRecords();
   }
 
-  // After a pass the chip machines are those that are configured, and the hardware status has caught up.
+  // After a pass the chip machines are those that are configured, and the hardware status has
+  // caught up.
   void verifyPasses() {
     for (auto it = root->sliceSm().iterator(); it; ++it) {
       auto const slice = it.value();

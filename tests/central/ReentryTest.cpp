@@ -1,5 +1,6 @@
-// Surroundings that act from within every helper call and every write: remove what is being worked on, announce it again,
-// reset it. Whatever the moment, nothing may be used after it went, leak, or lose its subscription.
+// Surroundings that act from within every helper call and every write: remove what is being worked
+// on, announce it again, reset it. Whatever the moment, nothing may be used after it went, leak, or
+// lose its subscription.
 
 #include <functional>
 
@@ -29,11 +30,12 @@ class ReentryTest : public CentralFixture, public testing::WithParamInterface<in
     journal();
   }
 
-  // Runs the scenario on a new device with the disturbance in the nth helper call or write; false when there is no nth.
+  // Runs the scenario on a new device with the disturbance in the nth helper call or write; false
+  // when there is no nth.
   bool disturbed(Act const& scenario, Act const& disturbance, int nth) {
     fresh();
     start();
-    helper->features()->featureIs("f", true);
+    helper->featureColl()->featureIs("f", true);
     bringUp("Slice1", {"Chip1", "Chip2"});
     request(ResetType::featureAgents, "", "", 7);
     observeWrites();
@@ -85,8 +87,8 @@ ReentryTest::Act const ReentryTest::scenarios[] = {
     {"another slice", [](ReentryTest& t) { t.bringUpAgents("Slice2", {"Chip3"}); }},
     {"features",
      [](ReentryTest& t) {
-       t.helper->features()->featureIs("g", true);
-       t.helper->features()->featureDelAll();
+       t.helper->featureColl()->featureIs("g", true);
+       t.helper->featureColl()->featureDelAll();
      }},
     {"withdrawal", [](ReentryTest& t) { t.withdraw(ResetType::featureAgents, "", ""); }},
     {"request directory goes",
@@ -145,7 +147,7 @@ ReentryTest::Act const ReentryTest::disturbances[] = {
        t.device.resetRequestDir->deleteEntity("ops");
        t.device.resetRequestDir->deleteEntity("cli");
      }},
-    {"the features are gone", [](ReentryTest& t) { t.helper->features()->featureDelAll(); }},
+    {"the features are gone", [](ReentryTest& t) { t.helper->featureColl()->featureDelAll(); }},
     {"the slice machine is deleted", [](ReentryTest& t) { t.root->sliceSmDel("Slice1"); }},
     {"the chip machines are deleted",
      [](ReentryTest& t) {

@@ -32,7 +32,7 @@ TEST_F(ResetHandlingTest, AChipResetRestartsTheChipAndIsRecorded) {
     1 Reset chip Chip1
     2 void Oru::Central::CentralChipSm::doReset(bool): Chip1 enabled true
     2 void Oru::Central::CentralChipSm::removeFromSystemStatus(): Chip1
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=2
@@ -121,13 +121,17 @@ TEST_F(ResetHandlingTest, ASliceResetJudgesEachOfItsChips) {
   journal();
   request(ResetType::slice, "", "Slice1", late);
   std::string const all = journal();
-  EXPECT_NE(
-      all.find("2 void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleSliceResetRequest("
-               "const String&, Kesh::Seconds): sliceName Slice1 genTime 5000\n"
-               "2 void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleChipResetRequest("
-               "const String&, const String&, Kesh::Seconds): chipName Chip1 genTime 5000\n"
-               "1 Reset chip Chip1\n"),
-      std::string::npos)
+  EXPECT_NE(all.find("2 void "
+                     "Oru::Central::ResetRequestSm::NestedSm_ResetSm::"
+                     "handleSliceResetRequest("
+                     "const String&, Kesh::Seconds): sliceName Slice1 genTime 5000\n"
+                     "2 void "
+                     "Oru::Central::ResetRequestSm::NestedSm_ResetSm::"
+                     "handleChipResetRequest("
+                     "const String&, const String&, Kesh::Seconds): chipName Chip1 "
+                     "genTime 5000\n"
+                     "1 Reset chip Chip1\n"),
+            std::string::npos)
       << all;
   EXPECT_NE(all.find("3 Skip resetting chip Chip2 because the request is outdated\n"),
             std::string::npos);
@@ -169,6 +173,22 @@ TEST_F(ResetHandlingTest, EverySliceOfNoneResetsNothingAndIsRecorded) {
   )"));
 }
 
+TEST_F(ResetHandlingTest, ARequestWithdrawnMidwayResetsNoFurtherChip) {
+  bringUp("Slice1", {"Chip1", "Chip2"});
+  bringUp("Slice2", {"Chip3"});
+  for (ResetType const type : {ResetType::slice, ResetType::allSlices}) {
+    auto const entry = request(type, "", "Slice1", 1);
+    helper->once("chipRemoved", [&] { withdraw(type, "", "Slice1"); });
+    double const before = genTime("Chip1");
+    entry->genTimeIs(Duration(late));
+    EXPECT_GT(genTime("Chip1"), before);
+    reportStatus("Chip1", atConfigGeneration);
+    EXPECT_TRUE(records()->resetStatus().empty());
+  }
+  EXPECT_EQ(genTime("Chip2"), 1003);
+  EXPECT_EQ(genTime("Chip3"), 1005);
+}
+
 TEST_F(ResetHandlingTest, AFeatureAgentResetIsTheHelpersAndResetsNoChip) {
   bringUp("Slice1", {"Chip1"});
   requestDirAppears();
@@ -176,7 +196,7 @@ TEST_F(ResetHandlingTest, AFeatureAgentResetIsTheHelpersAndResetsNoChip) {
   journal();
   request(ResetType::featureAgents, "Chip1", "Slice1", late);
   EXPECT_EQ(journal(), lines(R"(
-    helper.featureAgentResetRequested(5000)
+    helper.featureAgentResetRequested 5000
     +resetStatus/ops/featureAgents,Chip1,Slice1
     resetStatus/ops/featureAgents,Chip1,Slice1.resetCause=test
     resetStatus/ops/featureAgents,Chip1,Slice1.resetReason=userRequest
@@ -189,7 +209,7 @@ TEST_F(ResetHandlingTest, AFeatureAgentResetIsToldAgainAtARestart) {
   stop();
   journal();
   start();
-  EXPECT_NE(journal().find("helper.featureAgentResetRequested(5000)\n"), std::string::npos);
+  EXPECT_NE(journal().find("helper.featureAgentResetRequested 5000\n"), std::string::npos);
 }
 
 TEST_F(ResetHandlingTest, ATimeOfZeroAsksForNothing) {
@@ -268,8 +288,8 @@ TEST_F(ResetHandlingTest, RecordsOfEachDirectoryStandInTheirOwn) {
 TEST_F(ResetHandlingTest, TheLifeOfAResetRequest) {
   bringUp("Slice1", {"Chip1"});
   clock.nowIs(late);
-  auto const entry =
-      request(ResetType::chip, "Chip1", "Slice1", late);  // asked for: withdrawn and recorded
+  auto const entry = request(ResetType::chip, "Chip1", "Slice1",
+                             late);  // asked for: withdrawn and recorded
   EXPECT_EQ(device.systemStatus->chipInfo().size(), 0u);
   EXPECT_EQ(textOf(*records()->resetStatus(entry->key())),
             "cause=\"test\" reason=userRequest genTime=5000");

@@ -202,7 +202,8 @@ TEST_F(ResetRequestSmTest, TheZombieFlagReachesEveryRequestAndDeletesItsRecordBo
   journal();
   std::string const del =
       "2 void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleDel(const "
-      "Oru::Central::ResetKey&): {resetType=chip chipName=Chip1 sliceName=Slice1}\n";
+      "Oru::Central::ResetKey&): {resetType=chip chipName=Chip1 "
+      "sliceName=Slice1}\n";
   resetSm()->keshDoZombieReactors(true);
   EXPECT_EQ(journal(), del + "-resetStatus/ops/chip,Chip1,Slice1\n");
   EXPECT_EQ(subscribers(*entry), 0u);
@@ -313,7 +314,7 @@ TEST_F(ResetRequestSmTest, ARequestAskedForAgainWhileItsMachineIsMadeIsSkipped) 
   journal();
   request(ResetType::featureAgents, "", "", 7);
   EXPECT_EQ(journal(), lines(R"(
-    helper.featureAgentResetRequested(7)
+    helper.featureAgentResetRequested 7
     3 Skip creating resetSm for featureAgents,, because it is being created
   )"));
   EXPECT_EQ(resetSm()->resetSm().size(), 1u);

@@ -66,7 +66,7 @@ TEST_F(SliceSmChipSetTest, TheLastStatusMakesAllChipMachinesInOnePass) {
     +chipLauncher/Chip2
     2 void Oru::Central::CentralChipSm::handleRunning(): Chip2
     3 config genTime 0 status genTime 0
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 5
     2 void Oru::Central::CentralSliceSm::doReset(bool): Slice1 enabled true
     2 void Oru::Central::CentralChipSm::doReset(bool): Chip1 enabled true
@@ -111,7 +111,7 @@ TEST_F(SliceSmChipSetTest, TheStatusOfAForeignChipReopensTheGateToo) {
   bringUpAgents("Slice1", {"Chip1"});
   journal();
   statusOf("Slice1")->createEntity(Dir::typeName, "foreign");
-  EXPECT_EQ(journal(), "helper.sliceDetected(Slice1)\n3 config genTime 1001 status genTime 0\n");
+  EXPECT_EQ(journal(), "helper.sliceDetected Slice1\n3 config genTime 1001 status genTime 0\n");
 }
 
 TEST_F(SliceSmChipSetTest, AnAnnouncedGenerationPassesByTheGate) {
@@ -127,7 +127,7 @@ TEST_F(SliceSmChipSetTest, AnAnnouncedGenerationPassesByTheGate) {
     3 config genTime 0 status genTime 0
     3 Create chipSm for Chip2
     3 Starting chip agent Chip2
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 6
     3 Cannot find chip Chip1 in systemStatus
     3 Cannot find chip Chip2 in systemStatus
@@ -156,7 +156,7 @@ TEST_F(SliceSmChipSetTest, AChipThatIsNotConfiguredAnyMoreIsDeletedAndTheOthersK
   sliceSm("Slice1")->handleHwConfigInitialized();
   EXPECT_EQ(journal(), lines(R"(
     3 Delete chipSm for Chip2
-    helper.chipRemoved(2)
+    helper.chipRemoved 2
     -intfToChipPort[Et2/1]
     -intfToChipPort[Et2/2]
     sliceToChipMap[Slice1]=1
@@ -167,10 +167,10 @@ TEST_F(SliceSmChipSetTest, AChipThatIsNotConfiguredAnyMoreIsDeletedAndTheOthersK
     3 Stopping chip agent Chip2
     -chipLauncher/Chip2
     config/Slice1/Chip1.deviceId=1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 config genTime 1001 status genTime 1001
     3 Chip is initialized Chip1 genTime 1001
-    helper.chipAlreadyAdded(Chip1@Slice1 genTime=1001 Et1/1 Et1/2)
+    helper.chipAlreadyAdded 1 Chip1 Slice1 1001 Et1/1 Et1/2
   )"));
   EXPECT_EQ(chipSm("Chip1"), kept);
 }
@@ -241,8 +241,8 @@ TEST_F(SliceSmChipSetTest, TwoChipsOfOneIdTakeEachOthersEntry) {
   EXPECT_EQ(journal(), lines(R"(
     3 config genTime 1003 status genTime 1003
     3 Chip is initialized Chip2 genTime 1003
-    helper.chipRemoved(1)
-    helper.chipAdded(Chip2@Slice1 genTime=1003 Et2/1 Et2/2)
+    helper.chipRemoved 1
+    helper.chipAdded 1 Chip2 Slice1 1003 Et2/1 Et2/2
   )"));
   EXPECT_EQ(device.systemStatus->chipInfo().size(), 1u);
 }

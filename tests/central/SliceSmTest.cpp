@@ -42,14 +42,14 @@ TEST_F(SliceSmTest, EachNewSliceAssertsTheFeatureMachineAgain) {
 }
 
 TEST_F(SliceSmTest, TheFeatureMachineStandsBeforeTheChips) {
-  helper->features()->featureIs("a", true);
+  helper->featureColl()->featureIs("a", true);
   insertSlice("Slice1", {});
   observeWrites();
   journal();
   sliceAgentReports("Slice1");
   EXPECT_EQ(journal(), lines(R"(
     +featureLauncher/a
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 5
     hwStatus/Slice1.genTime=5
   )"));
@@ -70,7 +70,7 @@ TEST_F(SliceSmTest, ANewBoardResetsItsChipsAndThenTakesTheGenerationOver) {
   hwGenTimeIs("Slice1", 6);
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralSliceSm::handleHwConfigInitialized(): Slice1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 6
     2 void Oru::Central::CentralSliceSm::doReset(bool): Slice1 enabled true
     2 void Oru::Central::CentralChipSm::doReset(bool): Chip1 enabled true
@@ -90,7 +90,7 @@ TEST_F(SliceSmTest, AnEqualGenerationResetsNothingButLooksAtEveryChip) {
   sliceSm("Slice1")->handleHwConfigInitialized();
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralSliceSm::handleHwConfigInitialized(): Slice1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     2 void Oru::Central::CentralChipSm::handleRunning(): Chip1
     3 config genTime 1001 status genTime 0
   )"));
@@ -101,7 +101,7 @@ TEST_F(SliceSmTest, AnOlderHardwareGenerationResetsNothing) {
   hwGenTimeIs("Slice1", 4);
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralSliceSm::handleHwConfigInitialized(): Slice1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     2 void Oru::Central::CentralChipSm::handleRunning(): Chip1
     3 config genTime 1001 status genTime 0
   )"));
@@ -113,7 +113,7 @@ TEST_F(SliceSmTest, AGenerationThatIsNoNumberCountsAsSetAndResetsNothing) {
   hwGenTimeIs("Slice1", std::numeric_limits<double>::quiet_NaN());
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralSliceSm::handleHwConfigInitialized(): Slice1
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
     2 void Oru::Central::CentralChipSm::handleRunning(): Chip1
     3 config genTime 1001 status genTime 0
   )"));
@@ -149,8 +149,8 @@ TEST_F(SliceSmTest, AGenerationThatComesDuringSliceDetectedIsTheOneTakenOver) {
   helper->once("sliceDetected", [&] { hwGenTimeIs("Slice1", 7); });
   hwGenTimeIs("Slice1", 6);
   EXPECT_EQ(journal(), lines(R"(
-    helper.sliceDetected(Slice1)
-    helper.sliceDetected(Slice1)
+    helper.sliceDetected Slice1
+    helper.sliceDetected Slice1
     3 Detected a new slice inserted, hw genTime 7
     3 Cannot find chip Chip1 in systemStatus
     config/Slice1/Chip1.genTime=1003
@@ -190,7 +190,9 @@ TEST_F(SliceSmTest, DoResetWithoutChipsOnlyTraces) {
   observeWrites();
   journal();
   sliceSm("Slice1")->doReset(true);
-  EXPECT_EQ(journal(), "2 void Oru::Central::CentralSliceSm::doReset(bool): Slice1 enabled true\n");
+  EXPECT_EQ(journal(),
+            "2 void Oru::Central::CentralSliceSm::doReset(bool): "
+            "Slice1 enabled true\n");
 }
 
 TEST_F(SliceSmTest, OnlyTheGenerationOfTheConfigurationIsWatched) {
@@ -240,7 +242,7 @@ TEST_F(SliceSmTest, GoingStopsTheChipsThenTheAgentThenDropsTheKeyThenTheChips) {
   journal();
   root->sliceSmDel("Slice1");
   EXPECT_EQ(journal(), lines(R"(
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=

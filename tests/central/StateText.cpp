@@ -41,7 +41,7 @@ std::string textOf(ChipCollection const& chips) {
   std::string text;
   for (auto chip = chips.chip().iterator(); chip; ++chip) {
     if (!text.empty()) text += ",";
-    text += textOf(chip.key());
+    text += textOf(chip.key()) + (chip.value() ? "" : "=false");
   }
   return text;
 }

@@ -8,7 +8,8 @@
 
 namespace OruTest {
 
-// The shared directories of a device, as a hosting agent hands them to the factory. Any may be null.
+// The shared directories of a device, as a hosting agent hands them to the factory. Any may be
+// null.
 struct Device {
   Vunda::Ptr<Kesh::Dir> hwConfigDir, hwStatusDir, configDir, statusDir;
   Vunda::Ptr<Oru::Central::SystemStatus> systemStatus;
@@ -28,7 +29,8 @@ std::string textOf(Oru::Central::ChipPort port);         // 1:7
 std::string textOf(
     Oru::Central::ResetEntry const& entry);  // cause="..." reason=userRequest genTime=5
 
-// All that the machines wrote, one line per entry and in the order of insertion, then the machines themselves:
+// All that the machines wrote, one line per entry and in the order of insertion, then the machines
+// themselves:
 //
 //   hwStatus/Slice1 genTime=5
 //   config/Slice1/Chip1 deviceId=1 enabled genTime=1001 syncGenTime=1002

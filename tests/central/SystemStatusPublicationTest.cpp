@@ -71,7 +71,7 @@ TEST_F(SystemStatusPublicationTest, AddingTwiceAtOneGenerationOnlyTellsTheHelper
   chipSm("Chip1")->addToSystemStatus();
   EXPECT_EQ(journal(), lines(R"(
     2 void Oru::Central::CentralChipSm::addToSystemStatus(): Chip1
-    helper.chipAlreadyAdded(Chip1@Slice1 genTime=1001 Et1/1 Et1/2)
+    helper.chipAlreadyAdded 1 Chip1 Slice1 1001 Et1/1 Et1/2
   )"));
 }
 
@@ -89,7 +89,7 @@ TEST_F(SystemStatusPublicationTest, AddingAtANewGenerationRemovesTheOldEntryFirs
     3 Chip is initialized Chip1 genTime 2000
     2 void Oru::Central::CentralChipSm::addToSystemStatus(): Chip1
     2 void Oru::Central::CentralChipSm::removeFromSystemStatus(): Chip1
-    helper.chipRemoved(1)
+    helper.chipRemoved 1
     -intfToChipPort[Et1/1]
     -intfToChipPort[Et1/2]
     sliceToChipMap[Slice1]=
@@ -97,7 +97,7 @@ TEST_F(SystemStatusPublicationTest, AddingAtANewGenerationRemovesTheOldEntryFirs
     intfToChipPort[Et1/1]=1:1
     intfToChipPort[Et1/2]=1:2
     sliceToChipMap[Slice1]=1
-    helper.chipAdded(Chip1@Slice1 genTime=2000 Et1/2)
+    helper.chipAdded 1 Chip1 Slice1 2000 Et1/2
     chipInfo[1]=Chip1@Slice1 genTime=2000 Et1/2
   )"));
 }

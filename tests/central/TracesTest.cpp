@@ -36,8 +36,8 @@ class TracesTest : public CentralFixture {
     requestDirAppears();
     start();
     bringUp("Slice1", {"Chip1", "Chip2"});
-    helper->features()->featureIs("a", true);
-    helper->features()->featureDel("a");
+    helper->featureColl()->featureIs("a", true);
+    helper->featureColl()->featureDel("a");
     request(ResetType::slice, "", "Slice1", 5000);
     withdraw(ResetType::slice, "", "Slice1");
     hwConfig("Slice1")->chipConfigDel("Chip2");
@@ -76,11 +76,17 @@ TEST_F(TracesTest, EveryHandlerTracesItsSignatureAtItsEntry) {
       "void Oru::Central::CentralChipSm::handleDestroyed()",
       "void Oru::Central::CentralChipSm::addToSystemStatus()",
       "void Oru::Central::CentralChipSm::removeFromSystemStatus()",
-      "void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleInitialized()",
-      "void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleResetRequest()",
-      "void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleSliceResetRequest(const String&, "
+      "void "
+      "Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleInitialized()",
+      "void "
+      "Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleResetRequest()",
+      "void "
+      "Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleSliceResetRequest("
+      "const String&, "
       "Kesh::Seconds)",
-      "void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleChipResetRequest(const String&, "
+      "void "
+      "Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleChipResetRequest("
+      "const String&, "
       "const String&, "
       "Kesh::Seconds)",
       "void Oru::Central::ResetRequestSm::NestedSm_ResetSm::handleDel(const "
@@ -161,15 +167,15 @@ TEST_F(TracesTest, TheHandlerOfAChipStatusPrintsTheSlicesName) {
   traces("2");
   journal();
   sliceSm("Slice1")->handleChipStatus("Chip1");
-  EXPECT_EQ(journal().find(
-                "2 void Oru::Central::CentralSliceSm::handleChipStatus(const String&): Slice1\n"),
+  EXPECT_EQ(journal().find("2 void Oru::Central::CentralSliceSm::handleChipStatus(const "
+                           "String&): Slice1\n"),
             0u);
 }
 
 TEST_F(TracesTest, ASignatureWithoutArgumentsKeepsItsColonAndBlank) {
   traces("2");
   start();
-  EXPECT_EQ(journal().find("helper.initialize()\n"),
+  EXPECT_EQ(journal().find("helper.initialize\n"),
             std::string("2 void Oru::Central::CentralSm::handleInitialized(): \n").size());
 }
 

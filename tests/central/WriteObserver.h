@@ -12,8 +12,8 @@
 
 namespace OruTest {
 
-// Notes in the journal every write to what it observes: directories with all that is in them, the system status, status
-// directories with their records. It keeps what it observes alive.
+// Notes in the journal every write to what it observes: directories with all that is in them, the
+// system status, status directories with their records. It keeps what it observes alive.
 class WriteObserver {
  public:
   // `journal` outlives the observer.

@@ -51,7 +51,9 @@ RecordingHelper::RecordingHelper(Vunda::String const& name) : Typed(name) {
 
 std::vector<std::string> RecordingHelper::takeCalls() { return std::exchange(calls_, {}); }
 
-void RecordingHelper::initialize() { calls_.emplace_back("initialize"); }
+void RecordingHelper::called(std::string const& line) const { calls_.push_back(line); }
+
+void RecordingHelper::initialize() { called("initialize"); }
 
 void RecordingHelper::syncStateOnInit(Oru::Central::ChipCollection const& runningChips) {
   std::set<Oru::Central::DeviceId> ids;
@@ -60,40 +62,39 @@ void RecordingHelper::syncStateOnInit(Oru::Central::ChipCollection const& runnin
   }
   Line line("syncStateOnInit");
   for (auto id : ids) line.add(id);
-  calls_.push_back(line.text());
+  called(line.text());
 }
 
 void RecordingHelper::sliceDetected(Vunda::String const& sliceName) {
-  calls_.push_back(Line("sliceDetected").add(sliceName).text());
+  called(Line("sliceDetected").add(sliceName).text());
 }
 
 void RecordingHelper::chipAdded(ChipInfo const& chipInfo) {
-  calls_.push_back(Line("chipAdded").add(chipInfo).text());
+  called(Line("chipAdded").add(chipInfo).text());
 }
 
 void RecordingHelper::chipAlreadyAdded(ChipInfo const& chipInfo) {
-  calls_.push_back(Line("chipAlreadyAdded").add(chipInfo).text());
+  called(Line("chipAlreadyAdded").add(chipInfo).text());
 }
 
 void RecordingHelper::chipRemoved(Oru::Central::DeviceId deviceId) {
-  calls_.push_back(Line("chipRemoved").add(deviceId).text());
+  called(Line("chipRemoved").add(deviceId).text());
 }
 
 void RecordingHelper::featureAgentResetRequested(Vunda::Duration genTime) {
-  calls_.push_back(Line("featureAgentResetRequested").add(genTime).text());
+  called(Line("featureAgentResetRequested").add(genTime).text());
 }
 
 void RecordingHelper::featureCollection(
     Vunda::Ptr<Oru::Central::FeatureCollection> const& featureColl) const {
-  calls_.emplace_back(featureColl ? "featureCollection" : "featureCollection null");
   featureColl_ = featureColl;
+  called(featureColl ? "featureCollection" : "featureCollection null");
 }
 
 Vunda::Ptr<ChipConfig> RecordingHelper::createChipConfig(
     Vunda::String const& chipName, Vunda::Ptr<Kesh::Dir> const& sliceConfigDir) {
   Vunda::String const dirName = sliceConfigDir ? sliceConfigDir->name() : Vunda::String("null");
-  calls_.push_back(
-      Line("createChipConfig").add(chipName).add(std::string_view("in")).add(dirName).text());
+  called(Line("createChipConfig").add(chipName).add(std::string_view("in")).add(dirName).text());
   if (!sliceConfigDir) return nullptr;
   return Vunda::ptrCast<ChipConfig>(sliceConfigDir->createEntity(ChipConfig::typeName, chipName));
 }

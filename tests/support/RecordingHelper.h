@@ -47,6 +47,10 @@ class RecordingHelper : public Kesh::Typed<RecordingHelper, OruHelper::CentralHe
   Vunda::Ptr<Oru::Central::ChipConfig> createChipConfig(
       Vunda::String const& chipName, Vunda::Ptr<Kesh::Dir> const& sliceConfigDir) override;
 
+ protected:
+  // Every call goes through here, before it is answered: writes the line down.
+  virtual void called(std::string const& line) const;
+
  private:
   mutable std::vector<std::string> calls_;
   mutable Vunda::Ptr<Oru::Central::FeatureCollection> featureColl_;
