@@ -5,6 +5,9 @@ set -euo pipefail
 source_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 script_name="$(basename "$0")"
 
+# A clone in another folder finds in the compiler cache what this one compiled.
+export CCACHE_BASEDIR="$source_dir" CCACHE_NOHASHDIR=yes
+
 say() { printf '%s: %s\n' "$script_name" "$*"; }
 
 fail() {

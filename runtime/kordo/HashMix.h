@@ -5,8 +5,9 @@
 
 namespace Kordo {
 
-// Mixes 32-bit words into one 32-bit hash: an accumulator that starts at a given state and takes four bytes at a time.
-// `mix` rotates, so the order of the words matters; `value` spreads every bit over the whole result.
+// Mixes 32-bit words into one 32-bit hash: an accumulator that starts at a given state and takes
+// four bytes at a time. `mix` rotates, so the order of the words matters; `value` spreads every bit
+// over the whole result.
 class HashMix {
  public:
   constexpr explicit HashMix(std::uint32_t state = 0) noexcept : state_(state) {}
