@@ -1,0 +1,115 @@
+// The benchmark program. Without arguments of its own it is an ordinary Google Benchmark program
+// (time mode). Run by callgrind with --instructions NAME, it does one case, collecting in the
+// metered parts alone (instruction mode).
+
+#include "bench/Case.h"
+
+#include <benchmark/benchmark.h>
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace Bench {
+
+std::vector<Case>& cases() {
+  static std::vector<Case> all;
+  return all;
+}
+
+Register::Register(std::string name, std::uint64_t operations, std::function<Body()> prepare) {
+  cases().push_back({std::move(name), std::move(prepare), operations});
+}
+
+std::vector<Count>& counts() {
+  static std::vector<Count> all;
+  return all;
+}
+
+RegisterCount::RegisterCount(std::string name, std::function<double()> count) {
+  counts().push_back({std::move(name), std::move(count)});
+}
+
+namespace {
+
+class TimeMeter : public Meter {
+ public:
+  void start() override { begin_ = Clock::now(); }
+  void stop() override { seconds_ += std::chrono::duration<double>(Clock::now() - begin_).count(); }
+  double seconds() const { return seconds_; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point begin_;
+  double seconds_ = 0;
+};
+
+class InstructionMeter : public Meter {
+ public:
+  void start() override { CALLGRIND_TOGGLE_COLLECT; }
+  void stop() override { CALLGRIND_TOGGLE_COLLECT; }
+};
+
+class NoMeter : public Meter {
+ public:
+  void start() override {}
+  void stop() override {}
+};
+
+void registerWithGoogleBenchmark() {
+  for (Case const& one : cases()) {
+    benchmark::RegisterBenchmark(one.name.c_str(), [&one](benchmark::State& state) {
+      Body const body = one.prepare();
+      for (auto _ : state) {
+        TimeMeter meter;
+        body(meter, one.operations);
+        state.SetIterationTime(meter.seconds());
+      }
+      state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
+                              static_cast<std::int64_t>(one.operations));
+    })->UseManualTime();
+  }
+}
+
+int runUnderCallgrind(char const* name) {
+  for (Case const& one : cases()) {
+    if (one.name != name) continue;
+    Body const body = one.prepare();
+    NoMeter warmUp;
+    body(warmUp, one.operations);
+    InstructionMeter meter;
+    body(meter, one.operations);
+    return 0;
+  }
+  std::fprintf(stderr, "oru-bench: no case is called %s\n", name);
+  return 2;
+}
+
+int list() {
+  for (Case const& one : cases()) {
+    std::printf("%s %llu\n", one.name.c_str(), static_cast<unsigned long long>(one.operations));
+  }
+  return 0;
+}
+
+int printCounts() {
+  for (Count const& one : counts()) std::printf("%s %.17g\n", one.name.c_str(), one.count());
+  return 0;
+}
+
+}  // namespace
+
+}  // namespace Bench
+
+int main(int argc, char** argv) {
+  if (argc == 3 && std::strcmp(argv[1], "--instructions") == 0)
+    return Bench::runUnderCallgrind(argv[2]);
+  if (argc == 2 && std::strcmp(argv[1], "--list") == 0) return Bench::list();
+  if (argc == 2 && std::strcmp(argv[1], "--counts") == 0) return Bench::printCounts();
+  Bench::registerWithGoogleBenchmark();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

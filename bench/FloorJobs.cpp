@@ -1,0 +1,212 @@
+// Floors A and B: the writes of the main job on plain structs and flat hash maps, without
+// notifications, use counts, traces or checks that do not decide anything. A is keyed by names, B
+// by ids that were given out before.
+
+#include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "bench/MainJob.h"
+
+namespace Bench {
+
+namespace {
+
+double now() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+// How a name is known: by itself, or by a number.
+template <class Key>
+Key known(std::string const& name);
+template <>
+std::string known<std::string>(std::string const& name) {
+  return name;
+}
+template <>
+std::uint32_t known<std::uint32_t>(std::string const& name) {
+  static absl::flat_hash_map<std::string, std::uint32_t> ids;
+  return ids.try_emplace(name, static_cast<std::uint32_t>(ids.size() + 1)).first->second;
+}
+
+struct ChipPort {
+  std::uint8_t device;
+  std::uint16_t port;
+};
+
+template <class Key>
+class FlatJob : public MainJob {
+ public:
+  explicit FlatJob(DeviceSize size) {
+    for (int slice = 0; slice < size.slices; ++slice) {
+      Board board{known<Key>(sliceName(slice)), 0, {}};
+      for (int chip = 0; chip < size.chips; ++chip) {
+        HwChip hw{known<Key>(chipName(slice, chip)),
+                  static_cast<std::uint8_t>(slice * size.chips + chip),
+                  {},
+                  {}};
+        for (int port = 0; port < size.ports; ++port) {
+          Key const intf = known<Key>(intfName(slice, chip, port));
+          hw.ports.emplace(static_cast<std::uint16_t>(port), intf);
+          hw.status.intfToPort.emplace(intf, static_cast<std::uint16_t>(port));
+        }
+        board.chips.push_back(std::move(hw));
+      }
+      boards_.push_back(std::move(board));
+    }
+  }
+
+  void insertSlice(int index) override {
+    Board& board = boards_[static_cast<std::size_t>(index)];
+    board.genTime = now();
+    auto& configs = config_[board.name];
+    for (HwChip& chip : board.chips) configs[chip.name].deviceId = chip.deviceId;
+    auto& hwStatusGenTime = hwStatus_[board.name];
+    sliceLauncher_.insert(board.name);
+    Slice& slice = slices_[board.name];
+    slice.name = board.name;
+    for (HwChip& chip : board.chips) {
+      ChipConfig& config = configs[chip.name];
+      config.deviceId = chip.deviceId;
+      slice.chips.emplace(chip.name, Chip{chip.name, board.name, &chip, &config});
+      chipLauncher_.insert(chip.name);
+    }
+    if (board.genTime > hwStatusGenTime) {
+      for (auto& [name, chip] : slice.chips) reset(chip, true);
+      hwStatusGenTime = board.genTime;
+    }
+  }
+
+  void publishSlice(int index) override {
+    Slice& slice = slices_.find(boards_[static_cast<std::size_t>(index)].name)->second;
+    for (auto& [name, chip] : slice.chips) {
+      chip.hw->status.genTime = chip.config->genTime;
+      if (chip.config->genTime != 0 && chip.config->enabled) add(chip);
+    }
+  }
+
+  void resetEverything() override {
+    double const requested = now();
+    for (auto& [sliceName, each] : slices_) {
+      Slice& slice = slices_.find(sliceName)->second;
+      for (auto& [chipName, any] : each.chips) {
+        Chip& chip = slice.chips.find(chipName)->second;
+        if (requested > chip.config->genTime) reset(chip, true);
+      }
+    }
+  }
+
+  void removeSlice(int index) override {
+    Key const name = boards_[static_cast<std::size_t>(index)].name;
+    hwStatus_.erase(name);
+    Slice& slice = slices_.find(name)->second;
+    for (auto& [chipName, chip] : slice.chips) {
+      reset(chip, false);
+      chipLauncher_.erase(chipName);
+    }
+    sliceLauncher_.erase(name);
+    sliceToChips_.erase(name);
+    slices_.erase(name);
+  }
+
+  std::size_t published() const override {
+    std::size_t inSlices = 0;
+    for (auto const& [name, chips] : sliceToChips_) inSlices += chips.size();
+    return chipInfo_.size() + inSlices + intfToChipPort_.size();
+  }
+
+ private:
+  struct Status {
+    double genTime = 0;
+    absl::flat_hash_map<Key, std::uint16_t> intfToPort;
+  };
+  struct HwChip {
+    Key name;
+    std::uint8_t deviceId;
+    absl::flat_hash_map<std::uint16_t, Key> ports;
+    Status status;
+  };
+  struct Board {
+    Key name;
+    double genTime;
+    std::vector<HwChip> chips;
+  };
+  struct ChipConfig {
+    std::uint8_t deviceId = 64;
+    bool enabled = false;
+    double genTime = 0;
+    double syncGenTime = 0;
+  };
+  struct Chip {
+    Key name;
+    Key sliceName;
+    HwChip* hw;
+    ChipConfig* config;
+  };
+  struct Slice {
+    Key name;
+    absl::flat_hash_map<Key, Chip> chips;
+  };
+  struct ChipInfo {
+    std::uint8_t deviceId = 64;
+    Key name{};
+    Key sliceName{};
+    absl::flat_hash_set<Key> intfs;
+    double genTime = 0;
+  };
+
+  void add(Chip& chip) {
+    std::uint8_t const id = chip.config->deviceId;
+    if (auto it = chipInfo_.find(id); it != chipInfo_.end()) {
+      if (it->second.genTime == chip.hw->status.genTime) return;
+      remove(chip);
+    }
+    ChipInfo info{id, chip.name, chip.sliceName, {}, chip.config->genTime};
+    info.intfs.reserve(chip.hw->ports.size());
+    for (auto const& [port, intf] : chip.hw->ports) info.intfs.insert(intf);
+    for (auto const& [intf, port] : chip.hw->status.intfToPort)
+      intfToChipPort_.insert_or_assign(intf, ChipPort{id, port});
+    sliceToChips_[chip.sliceName].insert(id);
+    chipInfo_.insert_or_assign(id, info);
+  }
+
+  void remove(Chip& chip) {
+    auto const it = chipInfo_.find(chip.config->deviceId);
+    if (it == chipInfo_.end()) return;
+    for (Key const& intf : it->second.intfs) intfToChipPort_.erase(intf);
+    sliceToChips_[chip.sliceName].erase(chip.config->deviceId);
+    chipInfo_.erase(it);
+  }
+
+  void reset(Chip& chip, bool enabled) {
+    remove(chip);
+    chip.config->enabled = enabled;
+    chip.config->genTime = now();
+    chip.config->syncGenTime = now();
+  }
+
+  std::vector<Board> boards_;
+  absl::flat_hash_map<Key, absl::flat_hash_map<Key, ChipConfig>> config_;
+  absl::flat_hash_map<Key, double> hwStatus_;
+  absl::flat_hash_set<Key> sliceLauncher_;
+  absl::flat_hash_set<Key> chipLauncher_;
+  absl::flat_hash_map<Key, Slice> slices_;
+  absl::flat_hash_map<std::uint8_t, ChipInfo> chipInfo_;
+  absl::flat_hash_map<Key, ChipPort> intfToChipPort_;
+  absl::flat_hash_map<Key, absl::flat_hash_set<std::uint8_t>> sliceToChips_;
+};
+
+}  // namespace
+
+std::unique_ptr<MainJob> floorA(DeviceSize size) {
+  return std::make_unique<FlatJob<std::string>>(size);
+}
+std::unique_ptr<MainJob> floorB(DeviceSize size) {
+  return std::make_unique<FlatJob<std::uint32_t>>(size);
+}
+
+}  // namespace Bench
