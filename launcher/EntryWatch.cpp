@@ -79,7 +79,16 @@ void EntryWatch::lookAt(AgentKind kind) {
     apply(kind, listing);
   } else {
     problems_.report(Activity::read, file, {}, listing.reason);
+    if (listing.transient) lookAgainLater();
   }
+}
+
+void EntryWatch::lookAgainLater() {
+  if (again_ != nullptr) return;
+  again_ = clock_.after(retryTime, [this] {
+    again_.reset();
+    lookAtAll();
+  });
 }
 
 void EntryWatch::apply(AgentKind kind, Listing const& listing) {
@@ -112,6 +121,7 @@ bool EntryWatch::lookAt(AgentId const& id) {
   if (reading.state == Backend::Reading::State::absent) return false;
   if (reading.state != Backend::Reading::State::present) {
     bad(id.kind, file, {}, reading.reason);
+    if (reading.transient) lookAgainLater();
     return true;
   }
   try {

@@ -20,9 +20,10 @@ namespace Oru::Launcher {
 //   no directory     says nothing: nobody has written entries, or the tree is away. The agents go
 //                    on. When the directory is there again, its writer gets `settlingTime` to put
 //                    its entries back before those that are missing end their agents
-class EntryWatch : private Mount::Backend::Observer {
+class EntryWatch final : private Mount::Backend::Observer {
  public:
   static constexpr double settlingTime = 2;  // seconds
+  static constexpr double retryTime = 1;     // seconds, after errors that may pass
 
   // The references must outlive this.
   EntryWatch(Mount::Backend& backend, Mount::ProblemList& problems, Clock& clock,
@@ -48,6 +49,8 @@ class EntryWatch : private Mount::Backend::Observer {
 
   void lookAtAll();
   void lookAt(AgentKind kind);
+  // After an error that no watch tells the end of.
+  void lookAgainLater();
   void apply(AgentKind kind, Listing const& listing);
   void reportStrays(AgentKind kind, Listing const& listing);
   // Returns false when the entry is not there.
@@ -65,6 +68,7 @@ class EntryWatch : private Mount::Backend::Observer {
   Clock& clock_;
   ProcessTable& table_;
   std::map<AgentKind, Directory> directories_;
+  std::unique_ptr<Timer> again_;
   std::unique_ptr<Mount::Backend::Watch> watch_;
 };
 

@@ -38,7 +38,7 @@ std::map<AgentId, AgentStatus> StatusFiles::records() const {
 
 void StatusFiles::start() {
   watch_ = backend_.watch(root, *this);
-  tellAll();
+  putAllRight();
 }
 
 void StatusFiles::tell(AgentId const& id) {
@@ -51,10 +51,20 @@ void StatusFiles::changed(std::vector<Backend::Change> const& changes) {
     if (!kind) {
       // The word for the whole directory also comes when the tree was away and is back.
       onTreeChange_();
-      return tellAll();
+      return putAllRight();
     }
-    tell({*kind, change.path[2]});
+    putRight({*kind, change.path[2]});
   }
+}
+
+// What stands as it should is not written again: a word of this launcher's own writing would be
+// answered by writing, for ever.
+void StatusFiles::putRight(AgentId const& id) {
+  AgentStatus const* status = table_.status(id);
+  Backend::Reading const reading = backend_.read(pathOf(id));
+  bool const isRight = status == nullptr ? reading.state == Backend::Reading::State::absent
+                                         : reading.text == jsonOf(*status);
+  if (!isRight) tell(id);
 }
 
 std::vector<AgentId> StatusFiles::filesThere() const {
@@ -67,10 +77,10 @@ std::vector<AgentId> StatusFiles::filesThere() const {
   return files;
 }
 
-void StatusFiles::tellAll() {
-  for (AgentId const& id : filesThere()) tell(id);
+void StatusFiles::putAllRight() {
+  for (AgentId const& id : filesThere()) putRight(id);
   for (AgentKind const kind : agentKinds) {
-    for (std::string const& name : table_.names(kind)) tell({kind, name});
+    for (std::string const& name : table_.names(kind)) putRight({kind, name});
   }
 }
 

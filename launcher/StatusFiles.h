@@ -16,7 +16,7 @@ namespace Oru::Launcher {
 
 // Keeps launcher-status/<kind>/<name> of the state tree as the table has it: one file for each
 // agent that has an entry or a process. What somebody else changes or removes there is put right.
-class StatusFiles : private Mount::Backend::Observer {
+class StatusFiles final : private Mount::Backend::Observer {
  public:
   // `onTreeChange` hears when the tree's folder may be another one than before. The references must
   // outlive this.
@@ -38,7 +38,8 @@ class StatusFiles : private Mount::Backend::Observer {
   void watchBack(Mount::TreePath const&) override {}
 
   std::vector<AgentId> filesThere() const;
-  void tellAll();
+  void putRight(AgentId const& id);
+  void putAllRight();
   std::error_code write(AgentId const& id);
 
   Mount::Backend& backend_;

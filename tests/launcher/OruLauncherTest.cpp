@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -415,6 +416,41 @@ TEST_F(OruLauncherTest, AStatusThatSomebodyRemovesIsWrittenAgain) {
   remove({"launcher-status", "chip", "Chip1"});
   EXPECT_TRUE(untilState("Chip1", "running"));
   EXPECT_EQ(status("Chip1"), before);
+}
+
+TEST_F(OruLauncherTest, AStatusFileIsWrittenOnlyWhenTheStatusChanges) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  auto const lastWrite = [this] {
+    return std::filesystem::last_write_time(tree + "/launcher-status/chip/Chip1.json");
+  };
+  auto const before = lastWrite();
+  for (char const* name : {"Chip2", "Chip3", "Chip4"}) {
+    put({"launcher", "chip", name});
+    untilState(name, "running");
+  }
+  EXPECT_EQ(lastWrite(), before);
+}
+
+// Time has to pass to see that nothing happens in it: somewhere in the tries there is a second
+// without a single wake-up, because whatever the start has caused comes to an end.
+TEST_F(OruLauncherTest, AnIdleLauncherDoesNotWakeUp) {
+  put({"launcher", "chip", "Chip1"});
+  start();
+  untilState("Chip1", "running");
+  auto const wakeUps = [this] {
+    std::ifstream file("/proc/" + std::to_string(launcher) + "/status");
+    std::string const text{std::istreambuf_iterator<char>(file), {}};
+    return text.substr(text.find("voluntary_ctxt_switches"));
+  };
+  bool slept = false;
+  for (int tries = 0; tries < 10 && !slept; ++tries) {
+    std::string const before = wakeUps();
+    poll(nullptr, 0, 1000);
+    slept = wakeUps() == before;
+  }
+  EXPECT_TRUE(slept);
 }
 
 TEST_F(OruLauncherTest, TheCommandLineIsChecked) {
