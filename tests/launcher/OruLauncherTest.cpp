@@ -63,8 +63,10 @@ class OruLauncherTest : public testing::Test, private Mount::Backend::Observer {
 
   ~OruLauncherTest() override {
     if (launcher > 0) kill(launcher, SIGKILL);
-    for (MarkedProcess const& left : markedProcesses(tree)) kill(left.identity.pid, SIGKILL);
-    while (waitpid(-1, nullptr, 0) > 0) {
+    // A process shows its mark only when its program is in place: looks again until none is left.
+    while (waitpid(-1, nullptr, WNOHANG) >= 0) {
+      for (MarkedProcess const& left : markedProcesses(tree)) kill(left.identity.pid, SIGKILL);
+      poll(nullptr, 0, 1);
     }
   }
 
