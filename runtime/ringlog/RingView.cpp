@@ -98,22 +98,29 @@ std::byte const* RingView::bytesAt(std::uint64_t position) const noexcept {
 }
 
 void RingView::copy() {
+  // A position that is read while it is written may come out as neither the old nor the new one.
+  constexpr int tries = 3;
+  impossible_ = true;
+  for (int i = 0; impossible_ && i < tries; ++i) impossible_ = !tryToCopy();
+}
+
+bool RingView::tryToCopy() {
   auto const control = file_.read<Layout::RingControl>(control_);
   position_ = control.position;
-  impossible_ = control.mask != ringBytes_ - 1 || position_ % Layout::recordAlignment != 0 ||
-                position_ < seenUpTo_;
-  copy_.clear();
-  if (impossible_) return;
-
+  if (control.mask != ringBytes_ - 1 || position_ % Layout::recordAlignment != 0 ||
+      position_ < seenUpTo_) {
+    return false;
+  }
   std::uint64_t const start = oldest(position_);
-  std::erase_if(holes_, [start](Span const& hole) { return hole.begin < start; });
   copiedFrom_ = std::max(holes_.empty() ? seenUpTo_ : holes_.front().begin, start);
   copy_.resize(position_ - copiedFrom_);
   std::uint64_t const inRing = copiedFrom_ & (ringBytes_ - 1);
   std::size_t const untilEnd = std::min<std::size_t>(copy_.size(), ringBytes_ - inRing);
   file_.read(data_ + inRing, copy_.data(), untilEnd);
   file_.read(data_, copy_.data() + untilEnd, copy_.size() - untilEnd);
-  intactFrom_ = oldest(file_.read<Layout::RingControl>(control_).position);
+  std::uint64_t const now = file_.read<Layout::RingControl>(control_).position;
+  intactFrom_ = oldest(now);
+  return now >= position_;
 }
 
 std::vector<RingView::Found> RingView::look(std::vector<Damage>& damage) {
@@ -127,15 +134,22 @@ std::vector<RingView::Found> RingView::look(std::vector<Damage>& damage) {
   }
   std::uint64_t const start = std::max({seenUpTo_, oldest(position_), intactFrom_});
   if (looked_) bytesMissed_ += start - seenUpTo_;
-  for (Span const& hole : std::exchange(holes_, {})) {
-    if (hole.begin >= intactFrom_) scan(hole, true, found);
-  }
+  giveUpHoles(intactFrom_);
+  for (Span const& hole : std::exchange(holes_, {})) scan(hole, true, found);
   scan({start, position_}, start == seenUpTo_ && recordBeginsThere_, found);
   recordBeginsThere_ = start <= position_;
   seenUpTo_ = std::max(start, position_);
   looked_ = true;
   for (Span const& hole : holes_) addDamage(hole, damage);
   return found;
+}
+
+// Holes that begin before `from` are overwritten.
+void RingView::giveUpHoles(std::uint64_t from) {
+  auto const kept = std::find_if(holes_.begin(), holes_.end(),
+                                 [from](Span const& hole) { return hole.begin >= from; });
+  for (auto hole = holes_.begin(); hole != kept; ++hole) bytesMissed_ += hole->end - hole->begin;
+  holes_.erase(holes_.begin(), kept);
 }
 
 // Takes record after record. Where there is none, looks for the next one in steps of the alignment;

@@ -46,6 +46,8 @@ class RingView {
   };
 
   std::uint64_t oldest(std::uint64_t position) const noexcept;
+  bool tryToCopy();
+  void giveUpHoles(std::uint64_t from);
   std::byte const* bytesAt(std::uint64_t position) const noexcept;
   void scan(Span span, bool beginsWithRecord, std::vector<Found>& found);
   std::optional<Parsed> parse(std::uint64_t position, std::uint64_t end) const;
@@ -60,7 +62,7 @@ class RingView {
   bool recordBeginsThere_ = true;  // at seenUpTo_, as far as is known
   bool looked_ = false;
   std::uint64_t bytesMissed_ = 0;
-  std::vector<Span> holes_;
+  std::vector<Span> holes_;  // by position
 
   bool impossible_ = false;       // the position makes no sense
   std::uint64_t position_ = 0;    // of the writer, before the copy was made
