@@ -6,7 +6,8 @@
 
 namespace Oru::Sim {
 
-// How a sample agent conducts itself. Described in the device's file, changed while it runs by a file of its own.
+// How a sample agent conducts itself. Described in the device's file, changed while it runs by a
+// file of its own.
 struct AgentBehaviour {
   enum class Mode {
     normal,
@@ -27,8 +28,8 @@ struct AgentBehaviour {
 // "crash"
 char const* textOf(AgentBehaviour::Mode mode);
 
-// The fields "mode", "initTime" and "lag", each of which may be missing and then stays as in `base`. Raises
-// Mount::JsonError.
+// The fields "mode", "initTime" and "lag", each of which may be missing and then stays as in
+// `base`. Raises Mount::JsonError.
 AgentBehaviour behaviourOf(Mount::JsonObject& object, AgentBehaviour const& base);
 
 // The text of an agent's behaviour file, and back; raises Mount::JsonError.

@@ -29,7 +29,8 @@ class ChipAgent final : public SampleAgent {
     if (readyFor(config->slice + ' ' + config->genTime.dump())) report(*config);
   }
 
-  // That of the slice in which the chip was configured last: a chip may have been in another one before.
+  // That of the slice in which the chip was configured last: a chip may have been in another one
+  // before.
   std::optional<Config> findConfig() {
     std::optional<Config> latest;
     for (auto const& member : tree().list({"config"}).members) {

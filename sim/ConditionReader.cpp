@@ -19,19 +19,6 @@ std::string elementPlace(JsonObject const& object, char const* field, std::size_
   return object.placeOf(field) + '[' + std::to_string(index) + ']';
 }
 
-// A list of texts, or a single one.
-std::vector<std::string> strings(JsonObject& object, char const* field) {
-  if (object.value(field).is_string()) return {object.string(field)};
-  std::vector<std::string> list;
-  for (json const& element : object.array(field)) {
-    if (!element.is_string()) {
-      throw JsonError(elementPlace(object, field, list.size()), "is not a string");
-    }
-    list.push_back(element.get<std::string>());
-  }
-  return list;
-}
-
 // A list of objects, or a single one, or nothing; calls `read` with each.
 template <class Read>
 void forEachObject(JsonObject& object, char const* field, Read const& read) {

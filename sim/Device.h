@@ -17,8 +17,8 @@ class DescriptionError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The simulated device, as its description says: docs/scenario-format.md explains the file. Names of slices, names of
-// chips, device ids and interfaces are unique over the device.
+// The simulated device, as its description says: docs/scenario-format.md explains the file. Names
+// of slices, names of chips, device ids and interfaces are unique over the device.
 struct Device {
   struct Chip {
     std::string name;
@@ -40,7 +40,8 @@ struct Device {
   AgentBehaviour agents;                 // of those that are not described otherwise
   nlohmann::json launcher;  // what differs in the launcher's configuration; null: nothing
 
-  // `file` is for the texts of errors, and its folder is what {here} stands for. Raises DescriptionError.
+  // `file` is for the texts of errors, and its folder is what {here} stands for. Raises
+  // DescriptionError.
   static Device parse(std::string_view text, std::string const& file);
 
   Slice const* slice(std::string_view sliceName) const;

@@ -10,7 +10,8 @@
 
 namespace Oru::Sim {
 
-// For a terminal: the lines of events scroll, below them stands a picture of the device that is drawn anew.
+// For a terminal: the lines of events scroll, below them stands a picture of the device that is
+// drawn anew.
 //
 //   Slice1  [Chip1-1] [Chip1-2]      each chip in the colour of its state
 //   features  telemetry              those that run

@@ -15,7 +15,8 @@ struct Event {
   std::string text;
 };
 
-// Puts the differences in the tree into words. Generations are told relative to `start`, seconds since the epoch.
+// Puts the differences in the tree into words. Generations are told relative to `start`, seconds
+// since the epoch.
 class Narrator {
  public:
   explicit Narrator(double start) : start_(start) {}

@@ -8,15 +8,15 @@
 
 namespace Oru::Sim {
 
-// The numbers of a text such as "1-4" or "1,3,7-9", in the order given. From 0 to 65535, none twice, at most 4096. Raises
-// std::invalid_argument with the reason.
+// The numbers of a text such as "1-4" or "1,3,7-9", in the order given. From 0 to 65535, none
+// twice, at most 4096. Raises std::invalid_argument with the reason.
 std::vector<unsigned> numbersOf(std::string_view text);
 
 // The values of placeholders by their names.
 using Placeholders = std::map<std::string, unsigned, std::less<>>;
 
-// `text` with each {name} replaced by its number. Raises std::invalid_argument, with the reason, on a placeholder that is
-// not known and on a brace without its partner.
+// `text` with each {name} replaced by its number. Raises std::invalid_argument, with the reason, on
+// a placeholder that is not known and on a brace without its partner.
 std::string expanded(std::string_view text, Placeholders const& values);
 
 // `text` as it must be written where braces stand for placeholders.

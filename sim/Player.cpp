@@ -16,6 +16,11 @@ using Tone = Event::Tone;
 
 constexpr double stopTime = 5;  // seconds that a program gets to end
 
+bool expectsSomething(Step const& step) {
+  return std::holds_alternative<Step::Expect>(step.action) ||
+         std::holds_alternative<Step::Run>(step.action);
+}
+
 double secondsSinceEpoch() {
   std::chrono::duration<double> const time = std::chrono::system_clock::now().time_since_epoch();
   return time.count();
@@ -28,7 +33,7 @@ Player::Player(Options options, Device const& device, std::optional<Scenario> sc
       device_(device),
       scenario_(std::move(scenario)),
       narrator_(secondsSinceEpoch()),
-      tasks_(loop_, {[this] { whenDone_(); },
+      tasks_(loop_, {[this] { std::function<void()>(whenDone_)(); },
                      [this](std::vector<std::string> const& reasons) { failed(reasons); }}) {
   for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
     signals_.push_back(loop_.signal(number, [this, number](auto const&) { interrupted(number); }));
@@ -160,8 +165,7 @@ void Player::failed(std::vector<std::string> const& reasons) {
     Step const& step = scenario_->steps[nextStep_ - 1];
     say({Tone::bad, "FAILED: " + scenario_->file + ": " + step.place + ": " + step.text});
   }
-  bool const isExpectation =
-      inStep && std::holds_alternative<Step::Expect>(scenario_->steps[nextStep_ - 1].action);
+  bool const isExpectation = inStep && expectsSomething(scenario_->steps[nextStep_ - 1]);
   if (result_ == exitOk) result_ = isExpectation ? exitUnmet : exitBroken;
   stop();
 }

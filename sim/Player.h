@@ -27,8 +27,8 @@ enum ExitCode : int {
   exitInterrupted = 130,
 };
 
-// Plays a device and a scenario with the real programs: starts them, inserts the boards that are present, carries out the
-// steps one after the other, and stops everything, whatever happens.
+// Plays a device and a scenario with the real programs: starts them, inserts the boards that are
+// present, carries out the steps one after the other, and stops everything, whatever happens.
 class Player {
  public:
   struct Options {
@@ -87,6 +87,7 @@ class Player {
   void addStep(Step::Write const& step);
   void addStep(Step::Delete const& step);
   void addStep(Step::Tree const& step);
+  void addStep(Step::Run const& step);
   void addStep(Step::Pause const& step);
   void addStep(Step::Remember const& step);
   void addStep(Step::Expect const& step);

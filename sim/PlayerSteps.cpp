@@ -9,7 +9,8 @@ namespace Oru::Sim {
 
 namespace {
 
-constexpr double startTime = 10;  // seconds that a program gets to become ready, or to end
+constexpr double startTime = 20;  // seconds that a program gets to become ready
+constexpr double runTime = 60;    // seconds that another program gets to end
 
 }  // namespace
 
@@ -75,12 +76,8 @@ void Player::addStep(Step::Swap const& step) {
   if (step.away > 0) {
     addAction([this, step] { stage_->pull(step.slice); });
     addPause(step.away);
-    return addStep(Step::Insert{step.slice});
   }
-  addAction([this, step] {
-    stage_->pull(step.slice);
-    stage_->insert(step.slice);
-  });
+  addStep(Step::Insert{step.slice});
 }
 
 void Player::addStep(Step::Reset const& step) {
@@ -144,6 +141,21 @@ void Player::addStep(Step::Delete const& step) {
 
 void Player::addStep(Step::Tree const& step) {
   addAction([this, step] { stage_->tree(step.move); });
+}
+
+void Player::addStep(Step::Run const& step) {
+  Task task;
+  task.act = [this, step] { stage_->run(step); };
+  task.unmet = [this, step]() -> std::vector<std::string> {
+    if (!stage_->runs()) return {};
+    return {step.argv[0] + " does not end"};
+  };
+  task.within = runTime;
+  task.met = [this, step](double) {
+    stage_->checkRun(step);
+    ++numbers_.expectations;
+  };
+  tasks_.add(std::move(task));
 }
 
 void Player::addStep(Step::Pause const& step) { addPause(step.time); }

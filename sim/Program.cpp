@@ -72,8 +72,8 @@ void Program::start() {
   for (char** variable = environ; *variable != nullptr; ++variable)
     environment.push_back(*variable);
   SpawnSettings const settings(command_.logFile);
-  require(posix_spawn(&pid_, argv[0].c_str(), settings.files(), settings.attributes(),
-                      pointersTo(argv).data(), pointersTo(environment).data()),
+  require(posix_spawnp(&pid_, argv[0].c_str(), settings.files(), settings.attributes(),
+                       pointersTo(argv).data(), pointersTo(environment).data()),
           argv[0]);
   pidfd_ = Mount::UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
   if (!pidfd_) require(errno, "pidfd_open");

@@ -18,7 +18,7 @@ class Program {
   enum class State { ended, starting, running };
 
   struct Command {
-    std::vector<std::string> argv;
+    std::vector<std::string> argv;         // the program without '/' is looked for in PATH
     std::vector<std::string> environment;  // "NAME=value", added to ours
     std::string logFile;                   // both outputs, appended
   };

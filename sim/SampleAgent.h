@@ -21,8 +21,8 @@ struct AgentOptions {
   AgentBehaviour behaviour;
 };
 
-// What all sample agents have in common: they look at the tree whenever something changes in it, become ready after a
-// while, conduct themselves as told, and end on SIGTERM.
+// What all sample agents have in common: they look at the tree whenever something changes in it,
+// become ready after a while, conduct themselves as told, and end on SIGTERM.
 class SampleAgent : private Mount::Backend::Observer {
  public:
   // Raises std::system_error.
@@ -35,7 +35,8 @@ class SampleAgent : private Mount::Backend::Observer {
   int run();
 
  protected:
-  // Something that is watched has changed, or the behaviour, or the time to become ready is over: look again.
+  // Something that is watched has changed, or the behaviour, or the time to become ready is over:
+  // look again.
   virtual void look() = 0;
   // SIGTERM has come.
   virtual void stop() {}
@@ -45,14 +46,16 @@ class SampleAgent : private Mount::Backend::Observer {
   Mount::FileBackend& tree() { return tree_; }
   std::string const& name() const { return options_.name.name; }
   AgentBehaviour const& behaviour() const { return behaviour_; }
-  // True once `behaviour().readyAfter()` has passed since the first call with this purpose; a call with another one begins
-  // afresh. Calls look() when the time is over. An agent that is to crash does so then.
+  // True once `behaviour().readyAfter()` has passed since the first call with this purpose; a call
+  // with another one begins afresh. Calls look() when the time is over. An agent that is to crash
+  // does so then.
   bool readyFor(std::string const& purpose);
   void notReady();
   // To standard error, with the agent's name.
   void log(std::string const& text) const;
 
-  // The JSON object of a file; nothing when it is not there. While it is wrong, which is logged, the last good one counts.
+  // The JSON object of a file; nothing when it is not there. While it is wrong, which is logged,
+  // the last good one counts.
   std::optional<nlohmann::json> read(Mount::TreePath const& value);
 
  private:

@@ -13,8 +13,9 @@ using nlohmann::json;
 
 Step readStep(StepReader const& reader, json const& value, std::string place) {
   JsonObject object(value, place);
-  Step step{std::move(place), value.dump(), reader.action(object)};
+  Step step{std::move(place), {}, reader.action(object)};
   object.finish();
+  step.text = StepReader::text(value);
   return step;
 }
 

@@ -120,6 +120,7 @@ struct Step {
     TreeFile file;
     What what = What::text;
     std::string text;  // of the file, or where the link leads
+    unsigned times = 1;
   };
   struct Delete {
     TreeFile file;
@@ -128,18 +129,24 @@ struct Step {
     enum class Move { away, back, remove, make };
     Move move;
   };
+  struct Run {
+    std::vector<std::string> argv;  // {tree}, {state} and {programs} stand for folders
+    int exits = 0;
+    std::string says;  // a part of its output
+  };
   struct Pause {
     double time;
   };
   struct Remember {};
   struct Expect {
     Condition condition;
-    double within = 10;  // seconds until it holds
+    double within = 20;  // seconds until it holds
     double hold = 0;     // seconds that it must hold from then on
   };
 
-  using Action = std::variant<Say, Insert, Remove, Swap, Reset, Withdraw, Feature, Behave, Kill,
-                              Stop, Start, Report, Write, Delete, Tree, Pause, Remember, Expect>;
+  using Action =
+      std::variant<Say, Insert, Remove, Swap, Reset, Withdraw, Feature, Behave, Kill, Stop, Start,
+                   Report, Write, Delete, Tree, Run, Pause, Remember, Expect>;
 
   std::string place;  // "steps[3]"
   std::string text;   // the step as it is written, in one line
@@ -152,8 +159,8 @@ struct Scenario {
   std::string file;
   std::vector<Step> steps;
 
-  // The names that steps use must be the device's; without a device they are not looked at. Raises DescriptionError, whose
-  // text names file, step, field and reason.
+  // The names that steps use must be the device's; without a device they are not looked at. Raises
+  // DescriptionError, whose text names file, step, field and reason.
   static Scenario parse(std::string_view text, std::string const& file, Device const* device);
 };
 

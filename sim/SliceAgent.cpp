@@ -12,23 +12,27 @@ class SliceAgent final : public SampleAgent {
   explicit SliceAgent(AgentOptions options)
       : SampleAgent(std::move(options)),
         hwConfig_{"hw", "config", name()},
+        hwStatus_{"hw", "status", name()},
         status_(tree().tree(), name()) {
-    watch({"hw", "config"});
+    watch({"hw"});
   }
 
  private:
   void look() override {
-    auto const board = read(hwConfig_);
-    if (!board || behaviour().mode == AgentBehaviour::Mode::leave) {
+    if (!boardIsThere() || behaviour().mode == AgentBehaviour::Mode::leave) {
       notReady();
       withdraw();
-    } else if (readyFor("board")) {
+    } else if (auto const board = read(hwConfig_); board && readyFor("board")) {
       announce(*board);
     }
   }
 
   void stop() override {
-    if (tree().read(hwConfig_).state == Mount::Backend::Reading::State::absent) withdraw();
+    if (!boardIsThere()) withdraw();
+  }
+
+  bool boardIsThere() {
+    return tree().read(hwStatus_).state != Mount::Backend::Reading::State::absent;
   }
 
   void announce(json const& board) {
@@ -49,6 +53,7 @@ class SliceAgent final : public SampleAgent {
   }
 
   TreePath const hwConfig_;
+  TreePath const hwStatus_;
   StatusFolder const status_;
 };
 

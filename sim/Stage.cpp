@@ -166,6 +166,39 @@ void Stage::kill(Step::Kill const& kill) {
   }
 }
 
+std::string Stage::withFolders(std::string text) const {
+  std::pair<std::string_view, std::string> const folders[]{
+      {"{tree}", tree_.root()},
+      {"{state}", setting_.folder},
+      {"{programs}", fs::path(setting_.agent).parent_path().string()}};
+  for (auto const& [word, folder] : folders) {
+    for (auto at = text.find(word); at != std::string::npos;
+         at = text.find(word, at + folder.size())) {
+      text.replace(at, word.size(), folder);
+    }
+  }
+  return text;
+}
+
+void Stage::run(Step::Run const& run) {
+  Program::Command command;
+  for (std::string const& argument : run.argv) command.argv.push_back(withFolders(argument));
+  command.logFile = outputFile();
+  fs::remove(command.logFile);
+  other_ = std::make_unique<Program>(loop_, run.argv[0], command, listener_.programChanged);
+  other_->start();
+}
+
+void Stage::checkRun(Step::Run const& run) const {
+  std::ifstream stream(outputFile());
+  std::string const output{std::istreambuf_iterator<char>(stream), {}};
+  bool const asWanted = other_->end() == "exited with status " + std::to_string(run.exits);
+  bool const said = output.find(run.says) != std::string::npos;
+  if (!asWanted || !said) {
+    throw std::runtime_error(run.argv[0] + ' ' + other_->end() + " and said: " + output);
+  }
+}
+
 void Stage::write(Step::Write const& write) {
   using What = Step::Write::What;
   fs::path const place = placeOf(write.file);
@@ -178,11 +211,13 @@ void Stage::write(Step::Write const& write) {
   }
   if (isDirectory) fs::remove_all(place);
   fs::path const temporary = place.parent_path() / ".scenario";
-  if (write.what == What::link)
-    fs::create_symlink(write.text, temporary);
-  else
-    writeFile(temporary, write.text);
-  fs::rename(temporary, place);
+  for (unsigned i = 0; i < write.times; ++i) {
+    if (write.what == What::link)
+      fs::create_symlink(write.text, temporary);
+    else
+      writeFile(temporary, write.text);
+    fs::rename(temporary, place);
+  }
 }
 
 void Stage::remove(TreeFile const& file) { fs::remove_all(placeOf(file)); }
@@ -214,9 +249,11 @@ std::vector<pid_t> Stage::orphans() const {
   std::vector<pid_t> children;
   std::ifstream list("/proc/self/task/" + std::to_string(::getpid()) + "/children");
   for (pid_t pid = 0; list >> pid;) {
-    bool const ours = std::ranges::any_of(programs_, [&](auto const& each) {
-      return each.second->pid() == pid && each.second->state() != Program::State::ended;
-    });
+    bool const isOther = other_ && other_->pid() == pid && runs();
+    bool const ours =
+        isOther || std::ranges::any_of(programs_, [&](auto const& each) {
+          return each.second->pid() == pid && each.second->state() != Program::State::ended;
+        });
     if (!ours) children.push_back(pid);
   }
   return children;

@@ -17,8 +17,8 @@
 
 namespace Oru::Sim {
 
-// Where a run takes place: the folder with the state tree, the programs, and what can be done to them. Everything done
-// raises std::system_error, or std::runtime_error, when it is not possible.
+// Where a run takes place: the folder with the state tree, the programs, and what can be done to
+// them. Everything done raises std::system_error, or std::runtime_error, when it is not possible.
 class Stage {
  public:
   struct Setting {
@@ -52,6 +52,11 @@ class Stage {
   void behaveAsDescribed(AgentName const& agent);
   void report(Step::Report const& report);
   void kill(Step::Kill const& kill);
+  // Another program, to its end.
+  void run(Step::Run const& run);
+  bool runs() const { return other_->state() != Program::State::ended; }
+  // Raises std::runtime_error unless it ended as it should.
+  void checkRun(Step::Run const& run) const;
   // The tree itself.
   void write(Step::Write const& write);
   void remove(TreeFile const& file);
@@ -66,6 +71,8 @@ class Stage {
   std::unique_ptr<Program> makeProgram(std::string const& name, std::string const& file,
                                        std::vector<std::string> arguments);
   void prepareTree();
+  std::string withFolders(std::string text) const;
+  std::string outputFile() const { return setting_.folder + "/run.out"; }
   void reapOrphans();
   std::vector<pid_t> orphans() const;
   void put(Mount::TreePath const& file, std::string const& text);
@@ -83,6 +90,7 @@ class Stage {
   Mount::FileBackend watched_;
   TreePicture picture_;
   Situation situation_;
+  std::unique_ptr<Program> other_;
   Mount::EventSource childEnded_;
   double latest_ = 0;
 };

@@ -8,15 +8,17 @@
 
 namespace Oru::Sim {
 
-// Writes below `status/` as agents must: a slice agent's directory is never brought back by somebody who writes into it,
-// and a report of a chip agent is never overwritten by the slice agent's first one.
+// Writes below `status/` as agents must: a slice agent's directory is never brought back by
+// somebody who writes into it, and a report of a chip agent is never overwritten by the slice
+// agent's first one.
 class StatusFolder {
  public:
   // `tree` must outlive this.
   StatusFolder(Mount::FileTree const& tree, std::string slice)
       : tree_(tree), path_{"status", slice} {}
 
-  // The slice agent's part: makes the folder; puts a file unless there is one; removes the folder, all of it at one moment.
+  // The slice agent's part: makes the folder; puts a file unless there is one; removes the folder,
+  // all of it at one moment.
   std::error_code make() const { return tree_.makeDirectory(path_); }
   std::error_code putFirst(std::string_view chip, std::string_view text) const;
   std::error_code remove() const;

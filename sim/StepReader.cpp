@@ -17,6 +17,7 @@ using Mount::JsonObject;
 using nlohmann::json;
 
 constexpr std::int64_t largestFile = 16 << 20;
+constexpr std::int64_t mostWrites = 1000000;
 
 constexpr std::array signals{std::pair("KILL", SIGKILL), std::pair("TERM", SIGTERM),
                              std::pair("ABRT", SIGABRT), std::pair("STOP", SIGSTOP),
@@ -59,6 +60,19 @@ std::string name(JsonObject& object, char const* field) {
   return text;
 }
 
+// JSON without its quotation marks and outer braces, in one line of limited length.
+std::string plainText(json const& value) {
+  constexpr std::size_t longest = 300;
+  if (value == true) return {};
+  std::string text;
+  for (char const c : value.dump(-1, ' ', false, json::error_handler_t::replace)) {
+    if (c != '"') text += c;
+    if (c == ',' || c == ':') text += ' ';
+  }
+  if (value.is_object()) text = text.substr(1, text.size() - 2);
+  return text.size() > longest ? text.substr(0, longest) + "..." : text;
+}
+
 }  // namespace
 
 struct StepReader::Verb {
@@ -93,6 +107,7 @@ std::vector<StepReader::Verb> const& StepReader::verbs() {
       {"write", [](auto& self, auto& step) { return self.write(step); }},
       {"delete", [](auto&, auto& step) { return Step::Delete{treeFile(step, "delete")}; }},
       {"tree", [](auto& self, auto& step) { return self.tree(step); }},
+      {"run", [](auto& self, auto& step) { return self.run(step); }},
       {"pause", [](auto&, auto& step) { return Step::Pause{step.seconds("pause")}; }},
       {"remember",
        [](auto&, auto& step) {
@@ -116,6 +131,19 @@ Step::Action StepReader::action(JsonObject& step) const {
     refuseWhole(step, "is none of " + list);
   }
   return found->read(*this, step);
+}
+
+std::string StepReader::text(json const& step) {
+  std::string text;
+  for (Verb const& verb : verbs()) {
+    if (step.contains(verb.name)) text = std::string(verb.name) + ' ' + plainText(step[verb.name]);
+  }
+  for (auto const& [field, value] : step.items()) {
+    bool const isVerb =
+        std::ranges::any_of(verbs(), [&](Verb const& verb) { return field == verb.name; });
+    if (!isVerb) text += ", " + field + ' ' + plainText(value);
+  }
+  return text;
 }
 
 Step::Action StepReader::remove(JsonObject& step) const {
@@ -191,6 +219,7 @@ Step::Action StepReader::report(JsonObject& step) const {
 Step::Action StepReader::write(JsonObject& step) const {
   using What = Step::Write::What;
   Step::Write write{treeFile(step, "write"), What::text, {}};
+  if (step.has("times")) write.times = static_cast<unsigned>(step.integer("times", 1, mostWrites));
   std::string const what = onlyOne(step, {"text", "json", "size", "link", "directory"});
   if (what == "text") {
     write.text = step.string("text");
@@ -207,6 +236,15 @@ Step::Action StepReader::write(JsonObject& step) const {
     step.refuse("directory", "is not true");
   }
   return write;
+}
+
+Step::Action StepReader::run(JsonObject& step) const {
+  Step::Run run;
+  run.argv = strings(step, "run");
+  if (run.argv.empty()) step.refuse("run", "names no program");
+  if (step.has("exits")) run.exits = static_cast<int>(step.integer("exits", 0, 255));
+  run.says = stringOr(step, "says", "");
+  return run;
 }
 
 Step::Action StepReader::tree(JsonObject& step) const {
@@ -278,6 +316,19 @@ std::string programName(JsonObject& object, char const* field) {
     object.refuse(field, "is neither oru-agent nor oru-launcher");
   }
   return program;
+}
+
+std::vector<std::string> strings(JsonObject& object, char const* field) {
+  if (object.value(field).is_string()) return {object.string(field)};
+  std::vector<std::string> list;
+  for (json const& element : object.array(field)) {
+    if (!element.is_string()) {
+      throw JsonError(object.placeOf(field) + '[' + std::to_string(list.size()) + ']',
+                      "is not a string");
+    }
+    list.push_back(element.get<std::string>());
+  }
+  return list;
 }
 
 std::string treeFile(JsonObject& object, char const* field) {

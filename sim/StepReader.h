@@ -6,12 +6,16 @@
 
 namespace Oru::Sim {
 
-// Reads what a step says. Names are looked for in the device, if there is one. Each raises Mount::JsonError.
+// Reads what a step says. Names are looked for in the device, if there is one. Each raises
+// Mount::JsonError.
 class StepReader {
  public:
   explicit StepReader(Device const* device) : device_(device) {}
 
   Step::Action action(Mount::JsonObject& step) const;
+
+  // A step, which must be right, in one line for people.
+  static std::string text(nlohmann::json const& step);
 
   // For the parts of a step, and of a condition.
   std::string sliceName(Mount::JsonObject& object, char const* field) const;
@@ -33,6 +37,7 @@ class StepReader {
   Step::Action kill(Mount::JsonObject& step) const;
   Step::Action report(Mount::JsonObject& step) const;
   Step::Action write(Mount::JsonObject& step) const;
+  Step::Action run(Mount::JsonObject& step) const;
   Step::Action tree(Mount::JsonObject& step) const;
   Step::Action expect(Mount::JsonObject& step) const;
   AgentBehaviour describedBehaviour(AgentName const& agent) const;
@@ -44,7 +49,10 @@ class StepReader {
 [[noreturn]] void refuseWhole(Mount::JsonObject const& object, std::string reason);
 // "oru-agent" or "oru-launcher"; raises Mount::JsonError.
 std::string programName(Mount::JsonObject& object, char const* field);
-// A file's way from the root of the tree; raises Mount::JsonError for one that is empty or leads out of the tree.
+// A list of texts, or a single one; raises Mount::JsonError.
+std::vector<std::string> strings(Mount::JsonObject& object, char const* field);
+// A file's way from the root of the tree; raises Mount::JsonError for one that is empty or leads
+// out of the tree.
 std::string treeFile(Mount::JsonObject& object, char const* field);
 
 }  // namespace Oru::Sim

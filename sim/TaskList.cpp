@@ -44,17 +44,15 @@ void TaskList::start() {
   if (tasks_.empty()) return listener_.done();
   Task const& task = tasks_.front();
   begin_ = std::chrono::steady_clock::now();
+  phase_ = Phase::waiting;
   try {
     if (task.act) task.act();
   } catch (std::exception const& error) {
     return fail({error.what()});
   }
-  phase_ = Phase::waiting;
   timer_ = loop_.timer(microseconds(task.within), [this] {
-    Task const& late = tasks_.front();
-    auto const missing = late.unmet ? late.unmet() : std::vector<std::string>();
-    if (missing.empty()) return finish();
-    fail(missing);
+    check();
+    if (phase_ == Phase::waiting) fail(tasks_.front().unmet());
   });
   check();
 }
@@ -75,14 +73,18 @@ void TaskList::finish() {
   tasks_.pop_front();
   phase_ = Phase::idle;
   timer_.reset();
-  if (task.met) task.met(elapsed());
+  try {
+    if (task.met) task.met(elapsed());
+  } catch (std::exception const& error) {
+    return fail({error.what()});
+  }
   startSoon();
 }
 
 void TaskList::fail(std::vector<std::string> const& reasons) {
-  auto const otherwise = tasks_.empty() ? nullptr : std::move(tasks_.front().otherwise);
-  if (otherwise) {
+  if (phase_ != Phase::idle && tasks_.front().otherwise) {
     tasks_.front().met = nullptr;
+    auto const otherwise = std::move(tasks_.front().otherwise);
     finish();
     return otherwise();
   }

@@ -17,7 +17,7 @@ struct Task {
       unmet;                             // what is still missing; empty: nothing to wait for
   double within = 10;                    // seconds until nothing is missing
   double hold = 0;                       // seconds that nothing must be missing from then on
-  std::function<void(double took)> met;  // may be empty
+  std::function<void(double took)> met;  // may be empty; raises what is wrong nevertheless
   std::function<void()> otherwise;       // instead of a failure; may be empty
 };
 

@@ -144,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"slices": [{"name": "S", "agent": {"mode": "odd"}, "chips": []}]})",
               "slices[0].agent.mode is none of normal, crash, hang, stale, leave"},
         Wrong{R"({"slices": [], "agents": {"initTime": -1}})",
-              "agents.initTime is not a number of seconds"},
+              "agents.initTime is not a number of seconds from 0 to 253402300799"},
         Wrong{R"({"slices": [], "features": {"f": "on"}})",
               "features.f is neither true nor false"}));
 

@@ -32,9 +32,18 @@ TEST(Scenario, StepsAreReadInTheirOrder) {
   EXPECT_EQ(read.name, "Both");
   ASSERT_EQ(read.steps.size(), 2u);
   EXPECT_EQ(read.steps[1].place, "steps[1]");
-  EXPECT_EQ(read.steps[1].text, R"({"pause":0.5})");
+  EXPECT_EQ(read.steps[1].text, "pause 0.5");
   EXPECT_EQ(std::get<Step::Insert>(read.steps[0].action).slice, "Slice1");
   EXPECT_EQ(std::get<Step::Pause>(read.steps[1].action).time, 0.5);
+}
+
+TEST(Scenario, StepsAreToldInOneLineVerbFirst) {
+  EXPECT_EQ(scenario(R"({"first": "status", "remove": "Slice1"})").steps[0].text,
+            "remove Slice1, first status");
+  EXPECT_EQ(scenario(R"({"within": 3, "expect": {"published": ["Chip1", "Chip2"]}})").steps[0].text,
+            "expect published: [Chip1, Chip2], within 3");
+  EXPECT_EQ(scenario(R"({"reset": {"all": true}})").steps[0].text, "reset all: true");
+  EXPECT_EQ(scenario(R"({"remember": true})").steps[0].text, "remember ");
 }
 
 TEST(Scenario, RemoveSaysWhatGoesFirst) {
@@ -95,6 +104,14 @@ TEST(Scenario, WriteTakesAnyContent) {
   EXPECT_EQ(only<Step::Write>(R"({"write": "a", "link": "/etc"})").what, What::link);
   EXPECT_EQ(only<Step::Write>(R"({"write": "a", "directory": true})").what, What::directory);
   EXPECT_EQ(only<Step::Write>(R"({"write": "a/./b", "text": ""})").file, "a/b");
+}
+
+TEST(Scenario, RunTakesAProgramWithItsArguments) {
+  auto const run = only<Step::Run>(R"({"run": ["cmp", "{tree}/a", "b"], "exits": 1, "says": "x"})");
+  EXPECT_EQ(run.argv, (std::vector<std::string>{"cmp", "{tree}/a", "b"}));
+  EXPECT_EQ(run.exits, 1);
+  EXPECT_EQ(run.says, "x");
+  EXPECT_EQ(only<Step::Run>(R"({"run": "true"})").argv, std::vector<std::string>{"true"});
 }
 
 TEST(Scenario, ExpectationsOfChips) {
@@ -178,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"1", " is not an object"},
         Wrong{"{}",
               " is none of say, insert, remove, swap, reset, withdraw, feature, behave, kill, "
-              "stop, start, report, write, delete, tree, pause, remember, expect"},
+              "stop, start, report, write, delete, tree, run, pause, remember, expect"},
         Wrong{R"({"insert": "Slice1", "remove": "Slice1"})", ".remove stands beside insert"},
         Wrong{R"({"insert": "Slice1", "soon": 1})", ".soon is not a field of this file"},
         Wrong{R"({"insert": "Slice7"})", ".insert names no slice of the device: Slice7"},
@@ -188,7 +205,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"reset": {"chip": "Chip7"}})", ".reset.chip names no chip of the device: Chip7"},
         Wrong{R"({"reset": {"chip": "Chip1", "all": true}})", ".reset.all stands beside chip"},
         Wrong{R"({"reset": {"all": false}})", ".reset.all is not true"},
-        Wrong{R"({"reset": {"all": true, "age": -1}})", ".reset.age is not a number of seconds"},
+        Wrong{R"({"reset": {"all": true, "age": -1}})",
+              ".reset.age is not a number of seconds from 0 to 253402300799"},
         Wrong{R"({"feature": "f", "is": "maybe"})", ".is is none of on, off, removed"},
         Wrong{R"({"feature": "", "is": "on"})", ".feature is empty"},
         Wrong{R"({"behave": {"chip": "Chip1", "mode": "odd"}})",
@@ -201,7 +219,12 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"write": "x"})", " has none of the fields text, json, size, link, directory"},
         Wrong{R"({"write": "x", "text": "", "size": 1})", ".size stands beside text"},
         Wrong{R"({"tree": "up"})", ".tree is none of away, back, remove, make"},
-        Wrong{R"({"pause": "long"})", ".pause is not a number of seconds"},
+        Wrong{R"({"run": []})", ".run names no program"},
+        Wrong{R"({"run": ["a", 1]})", ".run[1] is not a string"},
+        Wrong{R"({"run": "a", "exits": 256})", ".exits is not a whole number from 0 to 255"},
+        Wrong{R"({"write": "x", "text": "", "times": 0})",
+              ".times is not a whole number from 1 to 1000000"},
+        Wrong{R"({"pause": "long"})", ".pause is not a number of seconds from 0 to 253402300799"},
         Wrong{R"({"remember": false})", ".remember is not true"},
         Wrong{R"({"expect": {}})", ".expect expects nothing"},
         Wrong{R"({"expect": {"published": ["Chip9"]}})",
