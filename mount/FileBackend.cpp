@@ -22,14 +22,15 @@ std::unique_ptr<Backend::Watch> FileBackend::watch(TreePath const& directory, Ob
 }
 
 std::error_code FileBackend::put(TreePath const& value, std::string_view text) {
-  auto const error = tree_.put(value, text);
-  if (!error) watcher_.ownWrite(value);
+  FileStamp written;
+  auto const error = tree_.put(value, text, &written);
+  if (!error) watcher_.ownWrite(value, written);
   return error;
 }
 
 std::error_code FileBackend::remove(TreePath const& value) {
   auto const error = tree_.remove(value);
-  if (!error) watcher_.ownWrite(value);
+  if (!error) watcher_.ownWrite(value, {});
   return error;
 }
 

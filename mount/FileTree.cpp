@@ -89,6 +89,12 @@ std::error_code readAll(int fd, std::string& text) {
   return {EFBIG, std::generic_category()};
 }
 
+// Errors of a delayed writing are told by the last chance to tell them.
+std::error_code closed(UniqueFd& file) {
+  // An interrupted close() has closed.
+  return ::close(file.release()) < 0 && errno != EINTR ? lastError() : std::error_code();
+}
+
 // One at a time per process and directory: a program writes from its event loop's thread.
 std::string temporaryName() { return ".oru-" + std::to_string(::getpid()) + ".tmp"; }
 
@@ -100,6 +106,22 @@ UniqueFd makeTemporary(int directory, std::string const& name) {
     fd = ::openat(directory, name.c_str(), flags, FileTree::fileMode);
   }
   return UniqueFd(fd);
+}
+
+// A complete file of that name, closed.
+std::error_code writeTemporary(int directory, std::string const& name, std::string_view text,
+                               FileStamp* written) {
+  UniqueFd file = makeTemporary(directory, name);
+  if (!file) return lastError();
+  std::error_code error;
+  // The mode is ours whatever the process's mask says.
+  if (::fchmod(file.get(), FileTree::fileMode) < 0) error = lastError();
+  if (!error) error = writeAll(file.get(), text);
+  struct stat status {};
+  if (!error && written && ::fstat(file.get(), &status) < 0) error = lastError();
+  if (!error && written) *written = FileStamp(status);
+  auto const closing = closed(file);
+  return error ? error : closing;
 }
 
 struct CloseDirectory {
@@ -197,6 +219,12 @@ std::error_code removeContent(UniqueFd directory) {
 
 }  // namespace
 
+FileStamp::FileStamp(struct ::stat const& status) noexcept
+    : inode(status.st_ino),
+      size(static_cast<std::uint64_t>(status.st_size)),
+      seconds(status.st_mtim.tv_sec),
+      nanoseconds(status.st_mtim.tv_nsec) {}
+
 TreeFileName TreeFileName::of(std::string_view fileName) {
   if (fileName.starts_with('.')) return {Form::hidden, {}};
   if (!fileName.ends_with(extension)) return {Form::other, decodedName(fileName)};
@@ -270,16 +298,19 @@ std::optional<struct ::stat> FileTree::status(TreePath const& value) const {
   return status;
 }
 
-std::error_code FileTree::put(TreePath const& value, std::string_view text) const {
+FileStamp FileTree::stamp(TreePath const& value) const {
+  auto const found = status(value);
+  return found ? FileStamp(*found) : FileStamp();
+}
+
+std::error_code FileTree::put(TreePath const& value, std::string_view text,
+                              FileStamp* written) const {
   if (text.size() > sizeLimit) return {EFBIG, std::generic_category()};
   std::error_code error;
   UniqueFd const at = openDirectory(value.parent(), Missing::make, error);
   if (!at) return error;
   std::string const temporary = temporaryName();
-  UniqueFd const file = makeTemporary(at.get(), temporary);
-  if (!file) return lastError();
-  if (::fchmod(file.get(), fileMode) < 0) error = lastError();
-  if (!error) error = writeAll(file.get(), text);
+  error = writeTemporary(at.get(), temporary, text, written);
   if (!error && ::renameat(at.get(), temporary.c_str(), at.get(), fileName(value).c_str()) < 0)
     error = lastError();
   if (error) ::unlinkat(at.get(), temporary.c_str(), 0);

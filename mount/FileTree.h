@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,12 +15,22 @@
 
 namespace Oru::Mount {
 
+// What tells one state of a file from another; all zero when there is no file.
+struct FileStamp {
+  FileStamp() noexcept = default;
+  explicit FileStamp(struct ::stat const& status) noexcept;
+  bool operator==(FileStamp const&) const = default;
+
+  std::uint64_t inode = 0, size = 0;
+  std::int64_t seconds = 0, nanoseconds = 0;  // of the last writing
+};
+
 // The state tree as files, without watching: one directory per directory, one `<name>.json` per
 // value. Operations have the meaning of Backend's. It needs no event loop; a program that only
 // reads or writes once uses it directly.
 //
-//   values       written to a temporary name beside their place and renamed; mode 0640, at most
-//                `sizeLimit` bytes
+//   values       written to a temporary name beside their place, closed and renamed: whoever watches
+//                the directory is told of the value once; mode 0640, at most `sizeLimit` bytes
 //   directories  mode 0750
 //   names        see TreePath.h; names that begin with a dot are nobody's and are passed over
 //   security     every step below the root is opened without following links, so nobody who may
@@ -41,7 +52,9 @@ class FileTree {
   // time being, and writers fail with std::errc::no_such_device.
   Backend::Listing list(TreePath const& directory) const;
   Backend::Reading read(TreePath const& value) const;
-  std::error_code put(TreePath const& value, std::string_view text) const;
+  // `written` gets the stamp of the very file that was put.
+  std::error_code put(TreePath const& value, std::string_view text,
+                      FileStamp* written = nullptr) const;
   std::error_code remove(TreePath const& value) const;
   std::error_code makeDirectory(TreePath const& directory) const;
   std::error_code removeDirectory(TreePath const& directory) const;
@@ -54,6 +67,7 @@ class FileTree {
 
   // The state of the file at the value's place, links not followed; nothing when there is none.
   std::optional<struct ::stat> status(TreePath const& value) const;
+  FileStamp stamp(TreePath const& value) const;
 
  private:
   std::string const root_;

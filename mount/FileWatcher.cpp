@@ -18,6 +18,7 @@ constexpr std::uint32_t watchMask = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN
 constexpr std::uint32_t parentMask = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM |
                                      IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t gone = IN_DELETE | IN_MOVED_FROM;
+constexpr std::uint32_t ownMask = IN_MOVED_TO | IN_DELETE;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -68,8 +69,8 @@ void FileWatcher::remove(Id id) {
   for (auto const& directory : idle) disarm(directory);
 }
 
-void FileWatcher::ownWrite(TreePath const& value) {
-  if (armed_.contains(value.parent()) && within(value)) own_[value] = stamp(value);
+void FileWatcher::ownWrite(TreePath const& value, FileStamp const& left) {
+  if (armed_.contains(value.parent()) && within(value)) own_[value] = left;
 }
 
 bool FileWatcher::within(TreePath const& path) const {
@@ -81,14 +82,6 @@ bool FileWatcher::relevant(TreePath const& directory) const {
   return within(directory) || std::ranges::any_of(watched_, [&](auto const& entry) {
            return entry.second.directory.isWithin(directory);
          });
-}
-
-FileWatcher::Stamp FileWatcher::stamp(TreePath const& value) const {
-  auto const status = tree_.status(value);
-  if (!status) return {};
-  return {status->st_ino, static_cast<std::uint64_t>(status->st_size),
-          static_cast<std::uint64_t>(status->st_mtim.tv_sec),
-          static_cast<std::uint64_t>(status->st_mtim.tv_nsec)};
 }
 
 // Arming first and listing afterwards misses nothing that appears in between.
@@ -286,7 +279,7 @@ void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
   if (meaning.form == TreeFileName::Form::other || !meaning.name) return noteDirectory(parent);
   auto const value = parent / *meaning.name;
   if ((mask & IN_CREATE) && stillBeingWritten(value)) return;
-  if (!isOwnEcho(value)) note({value, Backend::Kind::value});
+  if (!isOwnEcho(value, mask)) note({value, Backend::Kind::value});
 }
 
 // A file that has just been made by name has a writer who will close it; a second link to a
@@ -296,13 +289,15 @@ bool FileWatcher::stillBeingWritten(TreePath const& value) const {
   return status && S_ISREG(status->st_mode) && status->st_nlink == 1;
 }
 
-bool FileWatcher::isOwnEcho(TreePath const& value) {
+// This program renames and removes; it never writes in place. Several writes are told several times,
+// of which the last removal is the last that is told.
+bool FileWatcher::isOwnEcho(TreePath const& value, std::uint32_t mask) {
   auto const own = own_.find(value);
-  if (own == own_.end()) return false;
-  // One write may be told several times.
-  if (own->second == stamp(value)) return true;
-  own_.erase(own);
-  return false;
+  if (own == own_.end() || (mask & ownMask) == 0) return false;
+  bool const isEcho = own->second == tree_.stamp(value);
+  bool const isOver = (mask & IN_DELETE) != 0 && own->second == FileStamp();
+  if (!isEcho || isOver) own_.erase(own);
+  return isEcho;
 }
 
 // A directory on the way to watched ones stands for those.

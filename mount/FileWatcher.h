@@ -40,9 +40,9 @@ class FileWatcher {
 
   Id add(TreePath const& directory, Backend::Observer& observer);
   void remove(Id id);
-  // This program has just put the value, or removed it: the word of the very state that it left is
-  // swallowed.
-  void ownWrite(TreePath const& value);
+  // This program has just put the value with that stamp, or removed it (no stamp): the word of the
+  // very state that it left is swallowed.
+  void ownWrite(TreePath const& value, FileStamp const& left);
 
  private:
   struct Watched {
@@ -58,15 +58,9 @@ class FileWatcher {
     std::uint64_t device = 0, inode = 0;
     bool operator==(FileId const&) const = default;
   };
-  // What tells one state of a file from another; all zero when there is none.
-  struct Stamp {
-    std::uint64_t inode = 0, size = 0, seconds = 0, nanoseconds = 0;
-    bool operator==(Stamp const&) const = default;
-  };
 
   bool within(TreePath const& path) const;
   bool relevant(TreePath const& directory) const;
-  Stamp stamp(TreePath const& value) const;
 
   void arm(TreePath const& directory);
   bool armOne(TreePath const& directory);
@@ -86,7 +80,7 @@ class FileWatcher {
   void handleDirectory(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
   void handleFile(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
   bool stillBeingWritten(TreePath const& value) const;
-  bool isOwnEcho(TreePath const& value);
+  bool isOwnEcho(TreePath const& value, std::uint32_t mask);
 
   void noteDirectory(TreePath const& directory, bool wasGone = false);
   void noteAll();
@@ -111,7 +105,7 @@ class FileWatcher {
   std::map<int, TreePath> directoryOf_;
   std::map<TreePath, int> armed_;
   std::set<TreePath> failed_;
-  std::map<TreePath, Stamp> own_;
+  std::map<TreePath, FileStamp> own_;  // as this program left them
 
   bool rootThere_ = false;
   std::string rootReason_;

@@ -175,6 +175,28 @@ TEST_F(FileBackendTest, WhatOthersWriteOverAnOwnWriteIsTold) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
+// However soon after, and of whatever size.
+TEST_F(FileBackendTest, WhatOthersWriteIntoAnOwnFileIsTold) {
+  FileBackend backend(loop, root);
+  ASSERT_FALSE(backend.makeDirectory({"d"}));
+  auto const watch = backend.watch({"d"}, recorder);
+  EXPECT_FALSE(backend.put({"d", "a"}, "1"));
+  std::ofstream(root + "/d/a.json") << "2";
+  EXPECT_TRUE(awaits("d/a.json"));
+}
+
+TEST_F(FileBackendTest, WhatOthersMakeWhereAnOwnFileWasRemovedIsTold) {
+  FileBackend backend(loop, root);
+  ASSERT_FALSE(backend.makeDirectory({"d"}));
+  auto const watch = backend.watch({"d"}, recorder);
+  EXPECT_FALSE(backend.put({"d", "a"}, "1"));
+  EXPECT_FALSE(backend.remove({"d", "a"}));
+  OruTest::settle(loop);
+  EXPECT_EQ(Told{}, take());
+  othersPut("d/a.json", "1");
+  EXPECT_TRUE(awaits("d/a.json"));
+}
+
 TEST_F(FileBackendTest, HiddenNamesAreNobodys) {
   fs::create_directories(root + "/d");
   FileBackend backend(loop, root);

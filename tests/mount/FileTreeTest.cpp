@@ -2,14 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
+#include <vector>
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -45,6 +49,33 @@ TEST_F(FileTreeTest, PutMakesTheFileAndTheDirectoriesOnTheWay) {
   EXPECT_EQ(0640u, modeOf("config/Slice%201/Chip1.json"));
   EXPECT_EQ(0750u, modeOf("config/Slice%201"));
   EXPECT_EQ(0750u, modeOf("config"));
+}
+
+// Whoever watches the directory looks once, at a file that nobody writes to any more.
+TEST_F(FileTreeTest, AFileThatIsPutIsToldOnceUnderItsName) {
+  UniqueFd const inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  ASSERT_LE(0, ::inotify_add_watch(inotify.get(), folder.path().c_str(), IN_ALL_EVENTS));
+  EXPECT_FALSE(tree.put({"a"}, "{}"));
+  alignas(inotify_event) char events[4096];
+  auto const length = ::read(inotify.get(), events, sizeof events);
+  std::vector<std::uint32_t> told;
+  for (char const* at = events; at < events + length;) {
+    auto const& event = *reinterpret_cast<inotify_event const*>(at);
+    at += sizeof event + event.len;
+    if (event.len > 0 && std::string_view(event.name) == "a.json") told.push_back(event.mask);
+  }
+  EXPECT_EQ(std::vector<std::uint32_t>{IN_MOVED_TO}, told);
+}
+
+TEST_F(FileTreeTest, TheStampTellsOneStateOfAFileFromAnother) {
+  EXPECT_EQ(FileStamp(), tree.stamp({"a"}));
+  FileStamp first;
+  EXPECT_FALSE(tree.put({"a"}, "1", &first));
+  EXPECT_EQ(first, tree.stamp({"a"}));
+  FileStamp second;
+  EXPECT_FALSE(tree.put({"a"}, "22", &second));
+  EXPECT_NE(first, second);
+  EXPECT_EQ(second, tree.stamp({"a"}));
 }
 
 TEST_F(FileTreeTest, PutReplacesTheFileAsAWholeAndLeavesNothingElse) {
