@@ -43,6 +43,7 @@ void ResetRequestSm::takeUpPresentRequests() {
 
 // Brings the nested machine of one key in line with what the directory holds.
 void ResetRequestSm::handleResetRequest(ResetKey const& key) {
+  if (!resetRequestDir()) return;
   if (Ptr<ResetEntry const> const entry = resetRequestDir()->resetRequest(key)) {
     resetSmIs(entry);
   } else {
@@ -60,7 +61,8 @@ void ResetRequestSm::resetSmIs(Ptr<ResetEntry const> const& entry) {
   if (Ptr<NestedSm_ResetSm> const nested = resetSm(key)) {
     if (nested->resetSm() == entry.ptr()) return;
     nested->notifierIs(entry);
-    nested->keshDoZombieReactors(zombieReactors());
+    bool const withdrawnMeanwhile = !nested->resetRequestSm();
+    if (!withdrawnMeanwhile) nested->keshDoZombieReactors(zombieReactors());
     return;
   }
   if (resetSm_.underConstruction(key)) {

@@ -267,11 +267,14 @@ TEST_F(CentralSmTest, OtherFieldsOfItsDirectoriesAreIgnored) {
   auto const before = state();
   device.statusDir->createEntity(Dir::typeName, "Slice1");
   root->sliceSmDel("Slice1");
+  requestDirAppears("Slice1");
+  root->resetSmDel("Slice1");
   String const name("Slice1");
   for (auto const& dir : {device.hwConfigDir, device.statusDir, device.resetRequestDir}) {
     dir->publisher()->publishChange(Vunda::FieldId{265}, &name, nullptr);
   }
   EXPECT_EQ(root->sliceSm().size(), 0u);
+  EXPECT_EQ(root->resetSm().size(), 0u);
 }
 
 TEST_F(CentralSmTest, GoesInThisOrder) {
@@ -330,7 +333,7 @@ TEST_F(CentralSmTest, FeaturesAndResetMachinesGoBeforeTheSlices) {
   EXPECT_EQ(featureUsers, 1u);  // the helper
 }
 
-TEST_F(CentralSmTest, GoingTakesTheSlicesInOrderAndAChildHeldByNobodyElse) {
+TEST_F(CentralSmTest, GoingTakesTheSlicesInOrder) {
   start();
   for (char const* slice : {"Slice1", "Slice2", "Slice3"}) bringUp(slice, {});
   journal();

@@ -162,6 +162,43 @@ TEST_F(ResetRequestSmTest, ARemovedMachineHeldByOthersIsCutOff) {
   EXPECT_FALSE(record("Chip1"));
 }
 
+TEST_F(ResetRequestSmTest, ARemovedMachineWithoutEntryIsSwitchedOffToo) {
+  requestChip("Chip1", 7);
+  auto const held = nested("Chip1");
+  held->notifierIs(nullptr);
+  EXPECT_TRUE(held->hasNotificationActive());
+  EXPECT_FALSE(resetSm()->resetSmDel(key("Chip1")));
+  EXPECT_FALSE(held->hasNotificationActive());
+}
+
+TEST_F(ResetRequestSmTest, MachinesHeldBeyondTheDirectorysMachineAreCutOffAndDeleteNoRecord) {
+  requestChip("Chip1", 7);
+  auto const held = nested("Chip1");
+  traces("2");
+  journal();
+  root->resetSmDel("ops");
+  EXPECT_FALSE(held->resetRequestSm());
+  EXPECT_FALSE(held->hasNotificationActive());
+  held->keshDoZombieReactors(false);
+  EXPECT_EQ(journal(), "");
+  EXPECT_TRUE(record("Chip1"));
+}
+
+TEST_F(ResetRequestSmTest, AMachineReleasedWhileItRemovesARequestLivesUntilThatIsDone) {
+  requestChip("Chip1", 7);
+  observeWrites();
+  std::size_t alive = 0;
+  journal_.hookIs([&](std::string const& line) {
+    if (line != "-resetStatus/ops/chip,Chip1,Slice1") return;
+    device.resetRequestDir->deleteEntity("ops");
+    alive = ResetRequestSm::typeInfo().liveCount();
+  });
+  ResetRequestSm* const machine = resetSm().ptr();
+  EXPECT_TRUE(machine->resetSmDel(key("Chip1")));
+  EXPECT_EQ(alive, 1u);
+  EXPECT_EQ(ResetRequestSm::typeInfo().liveCount(), 0u);
+}
+
 TEST_F(ResetRequestSmTest, ResetSmDelAllDeletesEveryMachineAndRecord) {
   for (char const* name : {"Chip1", "Chip2", "Chip3"}) requestChip(name, 7);
   resetSm()->resetSmDelAll();
@@ -180,6 +217,14 @@ TEST_F(ResetRequestSmTest, ResetSmDelAllIteratesOnce) {
   });
   resetSm()->resetSmDelAll();
   EXPECT_EQ(returned, 2);
+  EXPECT_FALSE(nested("Chip2"));
+}
+
+TEST_F(ResetRequestSmTest, ResetSmDelAllTakesEachKeyFromTheBoundEntry) {
+  for (char const* name : {"Chip1", "Chip2"}) requestChip(name, 7);
+  nested("Chip1")->notifierIs(nullptr);
+  resetSm()->resetSmDelAll();
+  EXPECT_TRUE(nested("Chip1"));
   EXPECT_FALSE(nested("Chip2"));
 }
 
@@ -223,6 +268,30 @@ TEST_F(ResetRequestSmTest, HandleDelRunsBeforeTheFlagChanges) {
   machine->keshDoZombieReactors(true);
   EXPECT_FALSE(flag);
   EXPECT_TRUE(machine->zombieReactors());
+}
+
+TEST_F(ResetRequestSmTest, AnUnchangedZombieFlagReachesNobody) {
+  requestChip("Chip1", 7);
+  nested("Chip1")->keshDoZombieReactors(true);
+  resetSm()->keshDoZombieReactors(false);
+  EXPECT_TRUE(nested("Chip1")->zombieReactors());
+}
+
+TEST_F(ResetRequestSmTest, NotificationsAreOffBeforeTheRecordOfAZombieGoes) {
+  auto const entry = request(ResetType::chip, "Chip1", "Slice1", 7);
+  observeWrites();
+  journal_.hookIs([&](std::string const& line) {
+    if (line == "-resetStatus/ops/chip,Chip1,Slice1") entry->genTimeIs(Duration(9));
+  });
+  nested("Chip1")->keshDoZombieReactors(true);
+  EXPECT_FALSE(record("Chip1"));
+}
+
+TEST_F(ResetRequestSmTest, TheZombieFlagOfAMachineWithoutEntrySwitchesNoNotifications) {
+  requestChip("Chip1", 7);
+  nested("Chip1")->notifierIs(nullptr);
+  nested("Chip1")->keshDoZombieReactors(true);
+  EXPECT_TRUE(nested("Chip1")->hasNotificationActive());
 }
 
 TEST_F(ResetRequestSmTest, AZombieDirectoryStillTakesRequestsUpAndTheyBecomeZombies) {
@@ -274,12 +343,25 @@ TEST_F(ResetRequestSmTest, BindingToTheBoundEntryAgainDoesNothing) {
 }
 
 TEST_F(ResetRequestSmTest, WithoutARequestDirectoryItIsInert) {
+  traces("1,2,3");
+  journal();
   auto const machine = ResetRequestSm::ResetRequestSmIs("ops", nullptr, nullptr, root.ptr());
   EXPECT_EQ(machine->resetSm().size(), 0u);
   EXPECT_TRUE(machine->hasNotificationActive());
   machine->hasNotificationActiveIs(false);
   machine->keshDoZombieReactors(true);
   machine->resetSmDelAll();
+  EXPECT_EQ(journal(), "");
+}
+
+TEST_F(ResetRequestSmTest, ARequestGivenTwiceToAMachineWithoutDirectoryGetsOneMachine) {
+  auto const status = Vunda::makeNode<ResetStatusDir>("ops");
+  auto const machine = ResetRequestSm::ResetRequestSmIs("ops", nullptr, status, root.ptr());
+  auto const entry = makeRequest(ResetKey(ResetType::featureAgents, "", ""), 7);
+  helper->once("featureAgentResetRequested", [&] { machine->resetSmIs(entry); });
+  machine->resetSmIs(entry);
+  EXPECT_EQ(machine->resetSm(entry->key())->resetSm(), entry.ptr());
+  EXPECT_EQ(status->resetStatus().size(), 1u);
 }
 
 TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItsMachineIsMadeLeavesNothing) {
@@ -295,6 +377,32 @@ TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItIsCarriedOutAgainIsNotRecorde
   entry->genTimeIs(Duration(8));
   EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
   EXPECT_EQ(subscribers(*entry), 0u);
+}
+
+TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItsMachineIsReboundStaysCutOff) {
+  auto const held = [&] {
+    auto const first = request(ResetType::featureAgents, "", "", 7);
+    return resetSm()->resetSm(first->key());
+  }();
+  helper->once("featureAgentResetRequested", [&] { withdraw(ResetType::featureAgents, "", ""); });
+  auto const entry = request(ResetType::featureAgents, "", "", 9);
+  EXPECT_TRUE(held->zombieReactors());
+  EXPECT_FALSE(held->hasNotificationActive());
+  entry->genTimeIs(Duration(10));
+  EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
+}
+
+TEST_F(ResetRequestSmTest, ANewTimeDuringTheFirstCarryingOutIsCarriedOutToo) {
+  auto const entry = makeRequest(ResetKey(ResetType::featureAgents, "", ""), 7);
+  helper->once("featureAgentResetRequested", [&] { entry->genTimeIs(Duration(8)); });
+  requestDirAppears();
+  journal();
+  requestDir()->resetRequestIs(entry);
+  EXPECT_EQ(journal(), lines(R"(
+    helper.featureAgentResetRequested 7
+    helper.featureAgentResetRequested 8
+  )"));
+  EXPECT_EQ(records()->resetStatus(entry->key())->genTime(), Duration(8));
 }
 
 TEST_F(ResetRequestSmTest, ARequestReplacedWhileItsMachineIsMadeEndsBoundToTheNewOne) {

@@ -218,6 +218,13 @@ TEST_F(SliceSmChipSetTest, ADeviceIdOutOfRangeStopsThePassThere) {
   hwConfig("Slice1")->chipConfigDel("Chip3");
 }
 
+TEST_F(SliceSmChipSetTest, ADeviceIdIsCheckedBeforeTheChipsConfigurationIsNeeded) {
+  bringUp("Slice1", {"Chip1"});
+  hwConfig("Slice1")->chipConfigIs(makeChip("Chip3", 65));
+  EXPECT_THROW(sliceSm("Slice1")->handleHwConfigInitialized(), Vunda::RangeException);
+  hwConfig("Slice1")->chipConfigDel("Chip3");
+}
+
 TEST_F(SliceSmChipSetTest, DeviceId64IsAcceptedAndPublishedUnderIt) {
   auto const slice = makeSlice("Slice1", {"Chip1"});
   slice->chipConfigIs(makeChip("Chip1", 64));
@@ -331,6 +338,20 @@ TEST_F(SliceSmChipSetTest, ANewBoardDuringAChipsStartResetsThatChipToo) {
   EXPECT_EQ(hwStatus("Slice1")->genTime(), Duration(6));
   EXPECT_TRUE(chipConfig("Chip1")->enabled());
   EXPECT_GT(chipConfig("Chip1")->genTime(), Duration(6));
+}
+
+TEST_F(SliceSmChipSetTest, AnAnnouncementOfTheSameBoardDuringAChipsStartDoesNotResetIt) {
+  bringUpAgents("Slice1", {"Chip1"});
+  makeSlice("Slice1", {"Chip2"});
+  hwConfig("Slice1")->chipConfigIs(makeChip("Chip2"));
+  announceSlice("Slice1");
+  observeWrites();
+  journal_.hookIs([&](std::string const& line) {
+    if (line == "+chipLauncher/Chip2") sliceSm("Slice1")->handleHwConfigInitialized();
+  });
+  chipAgentReports("Chip2");
+  ASSERT_TRUE(chipSm("Chip2"));
+  EXPECT_EQ(chipConfig("Chip2")->genTime(), Duration());
 }
 
 TEST_F(SliceSmChipSetTest, AChipDroppedDuringItsOwnStartIsDeletedAfterIt) {
