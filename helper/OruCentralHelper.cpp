@@ -9,14 +9,12 @@ FeatureCollection::~FeatureCollection() { nodeFlagSet(notificationActiveFlag, fa
 
 Vunda::Publisher* FeatureCollection::publisher() const { return &publisher_; }
 
-void FeatureCollection::featureIs(Vunda::String const& given, bool enabled) {
-  Vunda::String const name = given;  // the name may stand in the collection, which callbacks change
-  if (feature_.memberIs(name, enabled)) publisher_.publishChange(featureField, &name, &enabled);
+void FeatureCollection::featureIs(Vunda::String const& name, bool enabled) {
+  publisher_.memberIs(featureField, feature_, name, enabled);
 }
 
-void FeatureCollection::featureDel(Vunda::String const& given) {
-  Vunda::String const name = given;
-  if (feature_.deleteMember(name)) publisher_.publishChange(featureField, &name, nullptr);
+void FeatureCollection::featureDel(Vunda::String const& name) {
+  publisher_.memberDel(featureField, feature_, name);
 }
 
 void FeatureCollection::featureDelAll() {

@@ -18,7 +18,7 @@ class ORU_EXPORT ChipPort {
   constexpr ChipPort(DeviceId deviceId, PortId portId) noexcept
       : word_(deviceId.value() | static_cast<std::uint32_t>(portId) << 16) {}
 
-  constexpr DeviceId deviceId() const { return DeviceId(static_cast<std::uint16_t>(word_ & 0xff)); }
+  constexpr DeviceId deviceId() const { return DeviceId(word_ & 0xff); }
   constexpr PortId portId() const noexcept { return static_cast<PortId>(word_ >> 16); }
   constexpr std::uint32_t word() const noexcept { return word_; }
 

@@ -45,9 +45,6 @@ class ORU_EXPORT ResetEntry : public Kesh::Typed<ResetEntry, Vunda::Node> {
   void genTimeIs(Vunda::Duration genTime);
 
  private:
-  template <class T>
-  void attributeIs(Vunda::FieldId field, T& attribute, T const& value);
-
   ResetKey const key_;
   Vunda::String resetCause_;
   ResetReason resetReason_ = ResetReason::unspecified;

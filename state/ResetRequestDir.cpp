@@ -14,7 +14,7 @@ void ResetRequestDir::resetRequestIs(Vunda::Ptr<ResetEntry> const& given) {
 }
 
 void ResetRequestDir::resetRequestDel(ResetKey const& key) {
-  memberDel(resetRequestField, resetRequest_, key);
+  publisher_.memberDel(resetRequestField, resetRequest_, key);
 }
 
 }  // namespace Oru::Central

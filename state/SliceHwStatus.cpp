@@ -5,7 +5,7 @@ namespace Oru::Central {
 SliceHwStatus::~SliceHwStatus() = default;
 
 void SliceHwStatus::genTimeIs(Vunda::Duration genTime) {
-  attributeIs(genTimeField, genTime_, genTime);
+  publisher_.attributeIs(genTimeField, genTime_, genTime);
 }
 
 }  // namespace Oru::Central

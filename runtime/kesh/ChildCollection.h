@@ -11,8 +11,8 @@ namespace Kesh {
 // steps:
 //
 //   if (auto existing = chipSm_.child(name)) { sameArgument(...) ...; return existing; }
-//   if (chipSm_.underConstruction(name)) { skip: a callback of that very child's construction asks for it }
-//   auto [child, disturbed] = chipSm_.newChild(name, [&] { return CentralChipSm::CentralChipSmIs(...); });
+//   if (chipSm_.underConstruction(name)) { skip: asked for from within its own construction }
+//   auto [child, disturbed] = chipSm_.newChild(name, [&] { return CentralChipSmIs(...); });
 //   if (disturbed) { reconcile with what is wanted now }
 //
 // A key is under construction until its child stands in the collection. Whoever asks for it

@@ -8,9 +8,9 @@ namespace Kesh {
 struct HN_EntityPtr;
 
 // A directory: an entity that holds named entities and announces, with field `entityPtrField` and a
-// pointer to the name, every insertion, deletion and replacement of a member. Lookups hand out
-// counted pointers. All operations may be called from within a notification, and while the
-// directory is iterated.
+// pointer to the name (a String), every insertion, deletion and replacement of a member; the value
+// points to a Ptr<Entity>, and is null for a deletion. Lookups hand out counted pointers. All
+// operations may be called from within a notification, and while the directory is iterated.
 class ORU_EXPORT Dir : public Typed<Dir, Entity> {
  public:
   static constexpr char const* typeName = "Kesh::Dir";

@@ -15,7 +15,9 @@ namespace Kesh {
 // Keyed collection: the typed face of HashMap2018Generic, which states the promises (order of
 // insertion, iterators that survive everything). `Tag` only tells instantiations apart. `Key` has
 // == and hash() (small numbers are their own hash); `Key` and `Value` move without throwing. A copy
-// holds the members in the same order.
+// holds the members in the same order. Whatever removes a value (its removal, an overwriting, the
+// end of the collection) detaches it first and releases it then: what the release sets off may look
+// at the collection, and does not find it any more.
 template <class Tag, class Key, class Value>
 class HashMap2018 {
   static_assert(std::is_nothrow_move_constructible_v<Key> &&
@@ -67,6 +69,9 @@ class HashMap2018 {
   HashMap2018() noexcept : core_(operations) {}
   HashMap2018(HashMap2018 const&) = default;
   HashMap2018(HashMap2018&&) noexcept = default;
+  ~HashMap2018() {
+    if (!operations.trivial) memberDelAll();
+  }
   HashMap2018& operator=(HashMap2018 other) noexcept {
     core_.swap(other.core_);
     return *this;
@@ -122,8 +127,8 @@ class HashMap2018 {
     Value removed{};
     return deleteMember(key, removed);
   }
-  // Detaches one member, releases it, and goes on until none is left: what a member's release sets
-  // off may look at the collection. Then returns the storage, unless somebody iterates.
+  // Removes one member after the other until none is left. Then returns the storage, unless somebody
+  // iterates.
   void memberDelAll() noexcept {
     for (HashMap2018Generic::Iterator it(core_); !it.atEnd(); it.advance()) {
       Value removed{};

@@ -10,16 +10,20 @@ namespace Kesh {
 // The untyped core of the keyed collections (the typed face is HashMap2018).
 //
 // PROMISES
-//   1. Iteration order is insertion order, always. A key that is removed and inserted again stands at the end.
+//   1. Iteration order is insertion order, always. A key that is removed and inserted again stands
+//      at the end.
 //   2. A lookup takes the key's hash with it and never hashes.
-//   3. Any member may be removed at any time, by anybody: the one that an iterator stands on, others, all of them,
-//      also while the collection grows. No iterator is invalidated by that, nor by growth.
+//   3. Any member may be removed at any time, by anybody: the one that an iterator stands on,
+//      others, all of them, also while the collection grows. No iterator is invalidated by that, nor
+//      by growth.
 //   4. A removed member that an iterator stands on is stale: the iterator reads it as null through
-//      `currNodeNonStale`, and `currNodeMaybeStale` still reads its key (its value went to the remover). `advance` goes
-//      on with the next member that survives.
+//      `currNodeNonStale`, and `currNodeMaybeStale` still reads its key (its value went to the
+//      remover). `advance` goes on with the next member that survives.
 //   5. Members inserted during an iteration are visited by it, since they stand at the end.
-//   6. A collection allocates nothing until its first insertion. A failed allocation changes nothing.
-//   7. A pointer to a member is good until the next insertion or removal; what must last longer is copied.
+//   6. A collection allocates nothing until its first insertion. A failed allocation changes
+//      nothing.
+//   7. A pointer to a member is good until the next insertion or removal; what must last longer is
+//      copied.
 //   8. A collection outlives its iterators (asserted).
 //
 // HOW. One block holds the entries in the order of their insertion, and an index over them (open
@@ -31,11 +35,11 @@ namespace Kesh {
 //
 // A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
 // An iterator is a position. Removing an entry frees its index slot (shifting back what probed past
-// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once there are more than three
-// for each that lives, and instead of growing when a quarter of the room is dead; but never while an
-// iterator lives, since that would move what positions mean: growth then keeps the positions. As
-// long as an iterator lives, the keys of removed entries are kept too, chained through their tags
-// (the second bit marks such a tag); the last iterator releases them.
+// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once there are more than
+// three for each that lives, and instead of growing when a quarter of the room is dead; but never
+// while an iterator lives, since that would move what positions mean: growth then keeps the
+// positions. As long as an iterator lives, the keys of removed entries are kept too, chained through
+// their tags (the second bit marks such a tag); the last iterator releases them.
 //
 // COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
 // removal: constant, amortised. Iteration: one test per entry. Memory: the entry, rounded up, plus

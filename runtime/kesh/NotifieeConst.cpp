@@ -21,7 +21,7 @@ void NotifieeConst::keshDoZombieReactors(bool zombie) { nodeFlagSet(zombieReacto
 
 void NotifieeConst::notifierIs(Vunda::Node const* notifier) {
   if (notifier == notifier_.ptr()) return;
-  NotifieeConst::isRegisteredNotifieeIs(false);
+  isRegisteredNotifieeIs(false);
   notifier_ = Vunda::Ptr<Vunda::Node const>(notifier);
 }
 
@@ -30,7 +30,7 @@ void NotifieeConst::hasNotificationActiveIs(bool active) {
   nodeFlagSet(notificationActiveFlag, active);
   bool const zombie = zombieReactors();
   nodeFlagSet(zombieReactorsFlag, true);
-  NotifieeConst::isRegisteredNotifieeIs(active);
+  isRegisteredNotifieeIs(active);
   nodeFlagSet(zombieReactorsFlag, zombie);
 }
 

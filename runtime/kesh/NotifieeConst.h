@@ -8,17 +8,22 @@ namespace Kesh {
 
 // Base of a reactor that observes exactly one node, its notifier, and keeps it alive. A derived
 // class overrides `onAttribute`. Without a notifier everything is legal and nothing happens.
+//
+// The base does not look at the zombie flag: what a zombie ignores is the derived class's decision.
 class ORU_EXPORT NotifieeConst : public Vunda::Node {
  public:
   NotifieeConst() = default;
   ~NotifieeConst() override;
 
   void lastUserGone() override { onZeroReferences(); }
-  // Registers with the notifier's publisher, or unregisters; nothing when it already is so.
+  // Registers with the notifier's publisher, or unregisters; nothing when it already is so. Every
+  // registration and its end go through here, but for the one that ends with the object.
   virtual void isRegisteredNotifieeIs(bool registered);
   // The last user is gone. Destroys the notifiee.
   virtual void onZeroReferences();
   // A change of the notifier: the field, and the key of the changed member (null for an attribute).
+  // Called for a zombie too, but not once the notifiee is being destroyed. The notifiee stays alive
+  // until this returns; an exception ends the process.
   virtual void onAttribute(Vunda::FieldId field, void const* key);
   // Sets the zombie flag.
   virtual void keshDoZombieReactors(bool zombie);

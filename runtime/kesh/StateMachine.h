@@ -50,7 +50,7 @@ class Watched {
 // Kesh::StateMachine<X>` declares what it watches and what it owns, in order:
 //
 //   auto watched() { return std::tie(hwConfig_, statusDir_); }     // Watched<X, ...> members
-//   auto children() { return std::tie(featureCollSm_, chipSm_); }  // Ptr<Sm> and ChildCollection members
+//   auto children() { return std::tie(featureCollSm_, chipSm_); }  // Ptr<Sm>, ChildCollection
 //
 // Creation: X's constructor stores its attributes and ends with `subscribeAndRun`; X's creator
 // calls `created`. Destruction: X's destructor begins with `deactivate`; its members then go in

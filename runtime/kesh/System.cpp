@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "runtime/vunda/Assert.h"
+
 namespace Kesh {
 
 namespace {
@@ -14,7 +16,9 @@ Vunda::Duration wallClock() {
 }
 
 Vunda::Duration nextAbove(Vunda::Duration time) {
-  return Vunda::Duration(std::nextafter(time.seconds(), std::numeric_limits<double>::infinity()));
+  double const next = std::nextafter(time.seconds(), std::numeric_limits<double>::infinity());
+  ORU_ASSERT(std::isfinite(next));
+  return Vunda::Duration(next);
 }
 
 }  // namespace

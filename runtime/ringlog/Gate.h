@@ -16,7 +16,7 @@ namespace Ringlog {
 //   null          nothing: text is off and there is no trace file
 //   a ring        a ring record and nothing else; a site that is ready for this very ring writes
 //                 it at once
-//   &longWay      more than that (text wanted, or the gate is not enrolled yet): nothing is ready
+//   &longWay_     more than that (text wanted, or the gate is not enrolled yet): nothing is ready
 //                 for this ring, so the site takes the long way, which looks at each channel
 //
 // A gate starts on the long way for all levels. The first message enrols it; from then on it
@@ -24,7 +24,7 @@ namespace Ringlog {
 // thread may use it.
 class ORU_EXPORT Gate {
  public:
-  constexpr Gate() noexcept : Gate(&longWay) {}
+  constexpr Gate() noexcept : Gate(&longWay_) {}
   Gate(Gate const&) = delete;
   Gate& operator=(Gate const&) = delete;
 
@@ -47,7 +47,7 @@ class ORU_EXPORT Gate {
       : rings_{nullptr, way, way, way, way, way, way, way, way,
                way,     way, way, way, way, way, way, way} {}
 
-  static Ring longWay;
+  static Ring longWay_;
 
   std::array<std::atomic<Ring*>, levels + 1> rings_;
   std::atomic<std::uint32_t> textLevels_{0};

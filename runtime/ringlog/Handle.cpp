@@ -10,7 +10,7 @@
 namespace Ringlog {
 
 constinit std::atomic<Handle*> defaultRinglogHandle{nullptr};
-constinit Ring Gate::longWay{Layout::minRingBytes};
+constinit Ring Gate::longWay_{Layout::minRingBytes};
 
 // Keeps all enrolled gates in step with the default handle and with their own text levels.
 class GateKeeper {
@@ -50,7 +50,7 @@ class GateKeeper {
     for (unsigned level = 1; level <= levels; ++level) {
       bool const text = (gate.textLevels() >> level & 1u) != 0;
       Ring* const ring = file != nullptr ? &file->ring(level) : nullptr;
-      gate.rings_[level].store(text ? &Gate::longWay : ring, std::memory_order_release);
+      gate.rings_[level].store(text ? &Gate::longWay_ : ring, std::memory_order_release);
     }
   }
 

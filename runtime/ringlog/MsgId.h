@@ -18,6 +18,7 @@ class MsgId {
 
   // Aborts when the id is negative.
   std::int32_t value() const noexcept {
+    // Named as the report is to read. NOLINTNEXTLINE(readability-identifier-naming)
     std::int32_t const msgId_ = value_.load(std::memory_order_relaxed);
     ORU_ASSERT(msgId_ >= 0);
     return msgId_;

@@ -7,7 +7,8 @@
 // compile time to one form that is the same under every supported compiler: "void
 // Ns::Class::handler(const String&, Kesh::Seconds)".
 //
-//   - leading "virtual ", "static " and "constexpr " are dropped, and so is a template's trailing "[with T = ...]";
+//   - leading "virtual ", "static " and "constexpr " are dropped, and so is a template's trailing
+//     "[with T = ...]";
 //   - there is no blank before '&' and '*', and one between them and a word;
 //   - the runtime's string is called "String", without its namespace;
 //   - an unnamed namespace is called "{anonymous}".

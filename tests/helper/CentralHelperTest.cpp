@@ -5,9 +5,10 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <string>
+
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -129,16 +130,8 @@ TEST(CentralHelper, ADerivedHelperNeedsToOverrideNoMoreThanItWants) {
 #if defined(__x86_64__)
 // Platforms are built apart from the library: the place of each operation in the virtual table is
 // part of the interface.
-template <class Operation>
-std::size_t slotOf(Operation operation) {
-  std::ptrdiff_t parts[2];
-  static_assert(sizeof operation == sizeof parts);
-  std::memcpy(parts, &operation, sizeof parts);
-  EXPECT_EQ(parts[0] % 2, 1) << "not virtual";
-  return static_cast<std::size_t>(parts[0] - 1) / sizeof(void*);
-}
-
 TEST(CentralHelper, OperationsStandInTheirSlots) {
+  using OruTest::slotOf;
   EXPECT_EQ(slotOf(&CentralHelper::lastUserGone), 2U);
   EXPECT_EQ(slotOf(&CentralHelper::publisher), 3U);
   EXPECT_EQ(slotOf(&CentralHelper::typeData), 4U);

@@ -280,6 +280,16 @@ TEST_F(DirTest, AFailedAllocationCreatesNothingAndAnnouncesNothing) {
   EXPECT_EQ(announced, 1);
 }
 
+TEST(Dir, AnEntityThatGoesWithItsDirectoryDoesNotFindItselfThere) {
+  struct Looking : Entity {
+    explicit Looking(Dir& dir) : Entity("looking"), dir_(dir) {}
+    ~Looking() override { EXPECT_EQ(dir_.entityPtr("looking"), nullptr); }
+    Dir& dir_;
+  };
+  auto const dir = makeNode<Dir>("dir");
+  dir->entityIs(makeNode<Looking>(*dir));
+}
+
 // --- the end of large trees ---------------------------------------------------------------------
 
 TEST(DirTree, ADeepTreeGoesWithoutUsingUpTheStack) {

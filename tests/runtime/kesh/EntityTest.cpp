@@ -11,6 +11,7 @@
 #include "runtime/kesh/HashMap2018.h"
 #include "runtime/vunda/Duration.h"
 #include "tests/support/CallbackSlot.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -37,12 +38,12 @@ class Station : public Kesh::Typed<Station, Entity> {
   using Typed::Typed;
 
   Duration genTime() const { return genTime_; }
-  void genTimeIs(Duration time) { attributeIs(genTimeField, genTime_, time); }
+  void genTimeIs(Duration time) { publisher_.attributeIs(genTimeField, genTime_, time); }
   Features const& feature() const { return feature_; }
   void featureIs(String const& name, bool enabled) {
-    memberIs(featureField, feature_, name, enabled);
+    publisher_.memberIs(featureField, feature_, name, enabled);
   }
-  void featureDel(String const& name) { memberDel(featureField, feature_, name); }
+  void featureDel(String const& name) { publisher_.memberDel(featureField, feature_, name); }
 
  private:
   Duration genTime_;
@@ -129,6 +130,44 @@ TEST_F(EntityTest, TheKeyOfAMemberMayNameItsRemoval) {
   station_->featureDel(station_->feature().iterator().currNodeNonStale()->key());
   EXPECT_THAT(notes_, ElementsAre("261 key of the member itself gone reads none"));
 }
+
+TEST_F(EntityTest, ACallbackMayChangeWhatTheCallerNamedTheMemberBy) {
+  String name("a");
+  CallbackSlot const renaming(*station_, [&](auto const&) { name = "another"; });
+  std::vector<String> told;
+  CallbackSlot const last(*station_, [&](auto const& change) {
+    told.push_back(*static_cast<String const*>(change.key));
+  });
+  station_->featureIs(name, true);
+  station_->featureDel(name = "a");
+  EXPECT_THAT(told, ElementsAre(String("a"), String("a")));
+}
+
+TEST_F(EntityTest, ANestedChangeIsAnnouncedWholeBeforeTheOuterOneGoesOn) {
+  CallbackSlot const nesting(*station_, [this](auto const& change) {
+    if (*static_cast<Duration const*>(change.value) != Duration(5)) return;
+    station_->genTimeIs(Duration(6));
+    notes_.emplace_back("nested done");
+  });
+  std::vector<double> values;
+  CallbackSlot const last(*station_, [&](auto const& change) {
+    values.push_back(static_cast<Duration const*>(change.value)->seconds());
+  });
+  station_->genTimeIs(Duration(5));
+  EXPECT_THAT(notes_, ElementsAre("260 =5.000000 reads 5.000000", "260 =6.000000 reads 6.000000",
+                                  "nested done"));
+  EXPECT_THAT(values, ElementsAre(6, 6)) << "an attribute's announcement shows its present value";
+}
+
+#if defined(__x86_64__)
+TEST(Entity, OperationsStandInTheirSlots) {
+  using OruTest::slotOf;
+  EXPECT_EQ(slotOf(&Entity::lastUserGone), 2U);
+  EXPECT_EQ(slotOf(&Entity::publisher), 3U);
+  EXPECT_EQ(slotOf(&Entity::typeData), 4U);
+  EXPECT_EQ(slotOf(&Entity::handleParent), 5U);
+}
+#endif
 
 TEST(Entity, OutlivesTheMutatorWhenACallbackDropsIt) {
   Ptr<Station> station = makeNode<Station>("last");

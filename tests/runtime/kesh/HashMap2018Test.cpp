@@ -643,6 +643,34 @@ TEST(HashMap2018, AReleasedValueSeesACollectionWithoutIt) {
   EXPECT_EQ(ends, 3);
 }
 
+TEST(HashMap2018, TheEndOfACollectionReleasesOneValueAfterTheOtherAndNoneFindsItself) {
+  std::vector<std::uint32_t> sizes;
+  {
+    Lookers map;
+    for (std::uint32_t key : {1U, 2U, 3U}) {
+      map.newMember(key, makeNode<Looker>([&map, &sizes, key] {
+                      EXPECT_FALSE(map.has(key));
+                      EXPECT_EQ(map.value(key), nullptr);
+                      sizes.push_back(map.size());
+                      map.deleteMember(3);
+                      map.verify();
+                    }));
+    }
+  }
+  EXPECT_THAT(sizes, ElementsAre(2U, 1U, 0U));
+}
+
+TEST(HashMap2018, AssignmentReleasesTheOldValuesAfterTheNewOnesStand) {
+  Lookers map;
+  bool stands = false;
+  map.newMember(1, makeNode<Looker>([&] { stands = map.size() == 2 && map.has(5); }));
+  Lookers next;
+  next.newMember(5, nullptr);
+  next.newMember(6, nullptr);
+  map = next;
+  EXPECT_TRUE(stands);
+}
+
 TEST(HashMap2018, ReleasesTheOverwrittenValueAfterTheNewOneStands) {
   Lookers map;
   Looker const* seen = nullptr;

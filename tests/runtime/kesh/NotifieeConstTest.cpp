@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <vector>
 
 #include "tests/runtime/vunda/SampleNodes.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -117,6 +119,43 @@ TEST_F(NotifieeConstTest, IsAZombieWhileItSwitches) {
   EXPECT_TRUE(looking->seen);
   EXPECT_FALSE(reactor_->zombieReactors());
 }
+
+TEST_F(NotifieeConstTest, AZombieIsToldToo) {
+  reactor_->notifierIs(node_.ptr());
+  reactor_->hasNotificationActiveIs(true);
+  reactor_->keshDoZombieReactors(true);
+  node_->announce();
+  EXPECT_EQ(reactor_->calls, 1) << "what a zombie ignores is the derived class's decision";
+}
+
+TEST_F(NotifieeConstTest, EveryRegistrationGoesThroughWhatADerivedClassMayOverride) {
+  struct Asking : Reactor {
+    void isRegisteredNotifieeIs(bool registered) override {
+      asked.push_back(registered);
+      Reactor::isRegisteredNotifieeIs(registered);
+    }
+    std::vector<bool> asked;
+  };
+  auto const asking = makeNode<Asking>();
+  asking->notifierIs(node_.ptr());
+  asking->hasNotificationActiveIs(true);
+  asking->hasNotificationActiveIs(false);
+  asking->notifierIs(nullptr);
+  EXPECT_EQ(asking->asked, (std::vector<bool>{false, true, false, false}));
+}
+
+#if defined(__x86_64__)
+TEST_F(NotifieeConstTest, OperationsStandInTheirSlots) {
+  using OruTest::slotOf;
+  EXPECT_EQ(slotOf(&NotifieeConst::lastUserGone), 2U);
+  EXPECT_EQ(slotOf(&NotifieeConst::publisher), 3U);
+  EXPECT_EQ(slotOf(&NotifieeConst::typeData), 4U);
+  EXPECT_EQ(slotOf(&NotifieeConst::isRegisteredNotifieeIs), 5U);
+  EXPECT_EQ(slotOf(&NotifieeConst::onZeroReferences), 6U);
+  EXPECT_EQ(slotOf(&NotifieeConst::onAttribute), 7U);
+  EXPECT_EQ(slotOf(&NotifieeConst::keshDoZombieReactors), 8U);
+}
+#endif
 
 TEST_F(NotifieeConstTest, AnotherNotifierEndsTheRegistrationWithTheOldOne) {
   auto const other = makeNode<Announcer>();

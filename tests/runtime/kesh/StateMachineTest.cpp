@@ -10,6 +10,7 @@
 #include "tests/runtime/kesh/SampleMachines.h"
 #include "tests/support/CallbackSlot.h"
 #include "tests/support/HeapProbe.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -367,6 +368,16 @@ TEST_F(StateMachineTest, ADispatchDoesNothingOnceTheMachineIsBeingDestroyed) {
   EXPECT_TRUE(machine->subscribed());
   EXPECT_THAT(eventsOf([&] { machine = nullptr; }), ElementsAre("reviving destroyed"));
 }
+
+#if defined(__x86_64__)
+TEST_F(StateMachineTest, OperationsStandInTheirSlots) {
+  using OruTest::slotOf;
+  EXPECT_EQ(slotOf(&RootSm::lastUserGone), 2U);
+  EXPECT_EQ(slotOf(&RootSm::publisher), 3U);
+  EXPECT_EQ(slotOf(&RootSm::typeData), 4U);
+  EXPECT_EQ(slotOf(&RootSm::keshDoZombieReactors), 5U);
+}
+#endif
 
 TEST_F(StateMachineTest, UseCountsAreWhatOwnershipSays) {
   auto const root = makeRoot();

@@ -84,6 +84,15 @@ TEST_F(SystemTime, AFloorBelowThePresentOneOrNotFiniteChangesNothing) {
   EXPECT_EQ(timeAt(1000), above(above(5000)));
 }
 
+// Infinity would be handed out twice: a restarted chip would look restarted already.
+using SystemTimeDeathTest = SystemTime;
+TEST_F(SystemTimeDeathTest, EndsTheProcessWhenNoFiniteTimeIsLeft) {
+  constexpr double greatest = std::numeric_limits<double>::max();
+  System::currentTimeFloorIs(Duration(std::nextafter(greatest, 0.0)));
+  EXPECT_EQ(timeAt(1000), greatest);
+  EXPECT_DEATH(timeAt(1000), "Assertion `std::isfinite\\(next\\)' failed");
+}
+
 TEST_F(SystemTime, ReplacingTheClockForgetsFloorAndLastValue) {
   System::currentTimeFloorIs(Duration(5000));
   EXPECT_GT(timeAt(1000), 5000);
