@@ -49,13 +49,19 @@ function(oru_add_libraries)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON LINKER_LANGUAGE CXX)
   endforeach()
 
+  # Before 1.0 a minor version may break what is linked with the library.
+  set(soversion ${PROJECT_VERSION_MAJOR})
+  if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(soversion 0.${PROJECT_VERSION_MINOR})
+  endif()
+
   target_sources(oru-central PRIVATE $<TARGET_OBJECTS:oru-runtime>)
   set_target_properties(oru-runtime PROPERTIES EXPORT_NAME Runtime)
   set_target_properties(
     oru-central
     PROPERTIES EXPORT_NAME Central
                VERSION ${PROJECT_VERSION}
-               SOVERSION ${PROJECT_VERSION_MAJOR})
+               SOVERSION ${soversion})
 
   if(BUILD_SHARED_LIBS)
     set(script "${PROJECT_SOURCE_DIR}/cmake/oru-central.map")
@@ -91,14 +97,17 @@ function(oru_add_component name)
   target_link_libraries(${name} PUBLIC Oru::Central ${arg_LIBS})
 endfunction()
 
-# oru_add_program(<name> SOURCES <file>... [LIBS <target>...])
-# An installed program above the library.
+# oru_add_program(<name> [NO_LIBRARY] SOURCES <file>... [LIBS <target>...])
+# An installed program above the library; with NO_LIBRARY one that needs nothing of it.
 function(oru_add_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "NO_LIBRARY" "" "SOURCES;LIBS")
   oru_refuse_arguments(oru_add_program ${name} "${arg_UNPARSED_ARGUMENTS}")
   add_executable(${name} ${arg_SOURCES})
   oru_configure_target(${name})
-  target_link_libraries(${name} PRIVATE Oru::Central ${arg_LIBS})
+  if(NOT arg_NO_LIBRARY)
+    target_link_libraries(${name} PRIVATE Oru::Central)
+  endif()
+  target_link_libraries(${name} PRIVATE ${arg_LIBS})
   file(RELATIVE_PATH from_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(
     ${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin"
