@@ -50,10 +50,9 @@ class ChipAgent final : public SampleAgent {
     if (read(file) == status) return;
     StatusFolder const folder(tree().tree(), config.slice);
     if (!folder.exists()) return;  // made when the board is there; this is watched
-    if (auto const error = folder.replace(name(), status.dump() + '\n')) {
-      return log("cannot report: " + error.message());
-    }
-    log("runs generation " + status["genTime"].dump());
+    auto const error = folder.replace(name(), status.dump() + '\n');
+    triedTo("report", error);
+    if (!error) log("runs generation " + status["genTime"].dump());
   }
 
   json generationToReport(Config const& config, TreePath const& file) {

@@ -124,9 +124,7 @@ void ConditionReader::readAgents(JsonObject& object, Condition& condition) const
     condition.crashes[agent(list, name)] = count(list, name.c_str());
   });
   forEachMember(object, "programs", [&](JsonObject& list, std::string const& program) {
-    if (program != "oru-agent" && program != "oru-launcher") {
-      list.refuse(program, "is neither oru-agent nor oru-launcher");
-    }
+    checkProgram(list, program, program);
     condition.programs[program] = word(list, program, {"running", "ended"});
   });
 }

@@ -163,12 +163,7 @@ void replaceHere(json& value, std::string const& folder) {
   if (value.is_structured()) {
     for (auto& member : value) replaceHere(member, folder);
   } else if (value.is_string()) {
-    auto& text = value.get_ref<std::string&>();
-    constexpr std::string_view here = "{here}";
-    for (auto at = text.find(here); at != std::string::npos;
-         at = text.find(here, at + folder.size())) {
-      text.replace(at, here.size(), folder);
-    }
+    value = replaced(value.get<std::string>(), "{here}", folder);
   }
 }
 
@@ -183,9 +178,12 @@ Device Device::parse(std::string_view text, std::string const& file) {
   } catch (JsonError const& error) {
     throw DescriptionError(file + ": " + error.what());
   }
-  auto const folder = std::filesystem::absolute(file).parent_path().string();
-  replaceHere(device.launcher, withDoubledBraces(folder));
+  replaceHere(device.launcher, withDoubledBraces(folderOf(file)));
   return device;
+}
+
+std::string folderOf(std::string const& file) {
+  return std::filesystem::absolute(file).lexically_normal().parent_path().string();
 }
 
 Device::Slice const* Device::slice(std::string_view sliceName) const {

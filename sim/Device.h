@@ -55,6 +55,9 @@ struct Device {
 // The text of a slice's file in hw/config/.
 std::string hwConfigOf(Device::Slice const& slice, double genTime);
 
+// The folder that a description stands in: what {here} stands for in it.
+std::string folderOf(std::string const& file);
+
 // The whole of a file; raises DescriptionError.
 std::string textOfFile(std::string const& file);
 

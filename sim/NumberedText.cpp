@@ -72,6 +72,13 @@ std::string expanded(std::string_view text, Placeholders const& values) {
   }
 }
 
+std::string replaced(std::string text, std::string_view word, std::string_view by) {
+  for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + by.size())) {
+    text.replace(at, word.size(), by);
+  }
+  return text;
+}
+
 std::string withDoubledBraces(std::string_view text) {
   std::string result;
   for (char const c : text) result.append(c == '{' || c == '}' ? 2 : 1, c);

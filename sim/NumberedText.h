@@ -19,6 +19,9 @@ using Placeholders = std::map<std::string, unsigned, std::less<>>;
 // a placeholder that is not known and on a brace without its partner.
 std::string expanded(std::string_view text, Placeholders const& values);
 
+// `text` with `word`, wherever it stands, replaced by `by`.
+std::string replaced(std::string text, std::string_view word, std::string_view by);
+
 // `text` as it must be written where braces stand for placeholders.
 std::string withDoubledBraces(std::string_view text);
 

@@ -18,6 +18,7 @@ constexpr double stopTime = 5;  // seconds that a program gets to end
 
 bool expectsSomething(Step const& step) {
   return std::holds_alternative<Step::Expect>(step.action) ||
+         std::holds_alternative<Step::Idle>(step.action) ||
          std::holds_alternative<Step::Run>(step.action);
 }
 
@@ -33,7 +34,10 @@ Player::Player(Options options, Device const& device, std::optional<Scenario> sc
       device_(device),
       scenario_(std::move(scenario)),
       narrator_(secondsSinceEpoch()),
-      tasks_(loop_, {[this] { std::function<void()>(whenDone_)(); },
+      tasks_(loop_, {[this] {
+                       auto const done = whenDone_;  // which sets another one
+                       done();
+                     },
                      [this](std::vector<std::string> const& reasons) { failed(reasons); }}) {
   for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
     signals_.push_back(loop_.signal(number, [this, number](auto const&) { interrupted(number); }));

@@ -89,10 +89,13 @@ class Player {
   void addStep(Step::Tree const& step);
   void addStep(Step::Run const& step);
   void addStep(Step::Pause const& step);
+  void addStep(Step::Idle const& step);
   void addStep(Step::Remember const& step);
   void addStep(Step::Expect const& step);
   void addAction(std::function<void()> act);
   void addPause(double seconds);
+  void addIdle(Step::Idle const& step, double since);
+  void heldAfter(double took);
 
   Options const options_;
   Device const& device_;

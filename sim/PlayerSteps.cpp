@@ -1,6 +1,9 @@
 // What each step of a scenario does.
 
 #include <csignal>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
 
 #include "sim/ConditionCheck.h"
 #include "sim/Player.h"
@@ -160,6 +163,29 @@ void Player::addStep(Step::Run const& step) {
 
 void Player::addStep(Step::Pause const& step) { addPause(step.time); }
 
+void Player::addStep(Step::Idle const& step) { addIdle(step, time()); }
+
+// Looks at the start and at the end of the time only: whoever looks in between may wake somebody.
+void Player::addIdle(Step::Idle const& step, double since) {
+  auto const before = std::make_shared<std::vector<std::uint64_t>>();
+  Task task;
+  task.act = [this, step, before] {
+    for (auto const& name : step.programs) before->push_back(stage_->program(name).sleeps());
+  };
+  task.hold = step.time;
+  task.met = [this, step, before, since](double) {
+    std::string awake;
+    for (std::size_t i = 0; i < step.programs.size(); ++i) {
+      auto const times = stage_->program(step.programs[i]).sleeps() - before->at(i);
+      if (times > 0) awake += step.programs[i] + " woke up " + std::to_string(times) + " times; ";
+    }
+    if (awake.empty()) return heldAfter(time() - since);
+    if (time() - since > step.within) throw std::runtime_error(awake + "nothing was to be done");
+    addIdle(step, since);
+  };
+  tasks_.add(std::move(task));
+}
+
 void Player::addStep(Step::Remember const&) {
   addAction([this] { stage_->remember(); });
 }
@@ -169,13 +195,15 @@ void Player::addStep(Step::Expect const& step) {
   task.unmet = [this, step] { return unmet(step.condition, stage_->situation()); };
   task.within = step.within;
   task.hold = step.hold;
-  task.met = [this](double took) {
-    ++numbers_.expectations;
-    char text[48];
-    std::snprintf(text, sizeof text, "   held after %.3f s", took);
-    say({Event::Tone::good, text});
-  };
+  task.met = [this](double took) { heldAfter(took); };
   tasks_.add(std::move(task));
+}
+
+void Player::heldAfter(double took) {
+  ++numbers_.expectations;
+  char text[48];
+  std::snprintf(text, sizeof text, "   held after %.3f s", took);
+  say({Event::Tone::good, text});
 }
 
 }  // namespace Oru::Sim

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fstream>
 #include <system_error>
 
 namespace Oru::Sim {
@@ -86,6 +87,15 @@ void Program::start() {
 
 void Program::signal(int number) {
   if (state_ != State::ended) ::syscall(SYS_pidfd_send_signal, pidfd_.get(), number, nullptr, 0);
+}
+
+std::uint64_t Program::sleeps() const {
+  std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+  std::uint64_t count = 0;
+  for (std::string word; status >> word;) {
+    if (word == "voluntary_ctxt_switches:") status >> count;
+  }
+  return count;
 }
 
 void Program::told(std::string_view message) {

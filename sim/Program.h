@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -44,6 +45,8 @@ class Program {
   std::string const& status() const { return status_; }  // what it last said of itself
   // How it ended, "exited with status 1"; empty while it has not.
   std::string const& end() const { return end_; }
+  // How often it has gone to sleep so far, which is how often it has woken up; 0 when it has ended.
+  std::uint64_t sleeps() const;
   bool endedBySurprise() const { return state_ == State::ended && !end_.empty() && !endExpected_; }
 
  private:

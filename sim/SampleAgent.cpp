@@ -67,7 +67,8 @@ SampleAgent::SampleAgent(AgentOptions options)
       behaviour_(options_.behaviour),
       tree_(loop_, options_.tree),
       sigterm_(loop_.signal(SIGTERM, [this](auto const&) { terminate(); })),
-      sigint_(loop_.signal(SIGINT, [this](auto const&) { terminate(); })) {
+      sigint_(loop_.signal(SIGINT, [this](auto const&) { terminate(); })),
+      retry_(loop_, [this] { lookUnlessHung(); }) {
   if (!options_.control.empty()) control_ = std::make_unique<Control>(*this);
 }
 
@@ -107,6 +108,12 @@ void SampleAgent::notReady() {
   purpose_.clear();
   ready_ = false;
   timer_.reset();
+}
+
+void SampleAgent::triedTo(char const* what, std::error_code error) {
+  if (!error) return retry_.settled();
+  log(std::string("cannot ") + what + ": " + error.message());
+  retry_.later();
 }
 
 void SampleAgent::log(std::string const& text) const {

@@ -4,9 +4,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "mount/EventLoop.h"
 #include "mount/FileBackend.h"
+#include "mount/Retry.h"
 #include "sim/AgentBehaviour.h"
 #include "sim/AgentName.h"
 #include "sim/StatusFolder.h"
@@ -51,6 +53,9 @@ class SampleAgent : private Mount::Backend::Observer {
   // does so then.
   bool readyFor(std::string const& purpose);
   void notReady();
+  // What is to be written could not be, which is logged: looks again later. Without error: nothing is
+  // left to be tried.
+  void triedTo(char const* what, std::error_code error);
   // To standard error, with the agent's name.
   void log(std::string const& text) const;
 
@@ -81,6 +86,7 @@ class SampleAgent : private Mount::Backend::Observer {
   Mount::EventSource sigterm_, sigint_;
   Mount::EventSource first_;
   Mount::EventSource timer_;
+  Mount::Retry retry_;
   std::string purpose_;
   bool ready_ = false;
 };

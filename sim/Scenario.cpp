@@ -1,6 +1,7 @@
 #include "sim/Scenario.h"
 
 #include "mount/Json.h"
+#include "sim/NumberedText.h"
 #include "sim/StepReader.h"
 
 namespace Oru::Sim {
@@ -17,6 +18,14 @@ Step readStep(StepReader const& reader, json const& value, std::string place) {
   object.finish();
   step.text = StepReader::text(value);
   return step;
+}
+
+void placeRuns(std::vector<Step>& steps, std::string const& folder) {
+  for (Step& step : steps) {
+    auto* const run = std::get_if<Step::Run>(&step.action);
+    if (run == nullptr) continue;
+    for (std::string& argument : run->argv) argument = replaced(argument, "{here}", folder);
+  }
 }
 
 }  // namespace
@@ -48,6 +57,7 @@ Scenario Scenario::parse(std::string_view text, std::string const& file, Device 
       scenario.steps.push_back(readStep(reader, steps[i], "steps[" + std::to_string(i) + ']'));
     }
     root.finish();
+    placeRuns(scenario.steps, folderOf(file));
   } catch (JsonError const& error) {
     throw DescriptionError(file + ": " + error.what());
   }

@@ -130,12 +130,17 @@ struct Step {
     Move move;
   };
   struct Run {
-    std::vector<std::string> argv;  // {tree}, {state} and {programs} stand for folders
+    std::vector<std::string> argv;  // {tree}, {state} and {programs} stand for folders of the run
     int exits = 0;
     std::string says;  // a part of its output
   };
   struct Pause {
     double time;
+  };
+  struct Idle {
+    std::vector<std::string> programs;
+    double time = 1;     // seconds in which none of them wakes up
+    double within = 20;  // seconds until such a time begins
   };
   struct Remember {};
   struct Expect {
@@ -146,7 +151,7 @@ struct Step {
 
   using Action =
       std::variant<Say, Insert, Remove, Swap, Reset, Withdraw, Feature, Behave, Kill, Stop, Start,
-                   Report, Write, Delete, Tree, Run, Pause, Remember, Expect>;
+                   Report, Write, Delete, Tree, Run, Pause, Idle, Remember, Expect>;
 
   std::string place;  // "steps[3]"
   std::string text;   // the step as it is written, in one line

@@ -43,13 +43,13 @@ class SliceAgent final : public SampleAgent {
     for (auto const& [chip, description] : chips->items()) {
       if (!error) error = status_.putFirst(chip, R"({"genTime": 0, "intfToPortId": {}})");
     }
-    if (error) log("cannot write its status: " + error.message());
+    triedTo("write its status", error);
   }
 
   void withdraw() {
     if (!status_.exists()) return;
     log("the board is gone");
-    if (auto const error = status_.remove()) log("cannot remove its status: " + error.message());
+    triedTo("remove its status", status_.remove());
   }
 
   TreePath const hwConfig_;

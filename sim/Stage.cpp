@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "sim/LauncherConfiguration.h"
+#include "sim/NumberedText.h"
 #include "sim/ResetRequestFile.h"
 
 namespace Oru::Sim {
@@ -48,7 +49,7 @@ Stage::Stage(Mount::EventLoop& loop, Device const& device, Setting setting, List
       setting_(std::move(setting)),
       listener_(std::move(listener)),
       loop_(loop),
-      tree_(setting_.folder + "/tree"),
+      tree_(setting_.tree),
       control_(setting_.folder + "/control"),
       socket_(loop,
               [this](pid_t sender, std::string_view message) {
@@ -171,12 +172,7 @@ std::string Stage::withFolders(std::string text) const {
       {"{tree}", tree_.root()},
       {"{state}", setting_.folder},
       {"{programs}", fs::path(setting_.agent).parent_path().string()}};
-  for (auto const& [word, folder] : folders) {
-    for (auto at = text.find(word); at != std::string::npos;
-         at = text.find(word, at + folder.size())) {
-      text.replace(at, word.size(), folder);
-    }
-  }
+  for (auto const& [word, folder] : folders) text = replaced(std::move(text), word, folder);
   return text;
 }
 
@@ -230,8 +226,9 @@ void Stage::tree(Step::Tree::Move move) {
       return fs::rename(tree_.root(), away);
     case Move::back:
       return fs::rename(away, tree_.root());
-    case Move::remove:
-      return static_cast<void>(fs::remove_all(tree_.root()));
+    case Move::remove:  // moved first: those who write there do not get in its way
+      fs::rename(tree_.root(), away);
+      return static_cast<void>(fs::remove_all(away));
     case Move::make:
       return require(tree_.makeRoot(), tree_.root());
   }

@@ -23,6 +23,7 @@ class Stage {
  public:
   struct Setting {
     std::string folder;                // of the run; there, empty
+    std::string tree;                  // of the state tree; made if it is missing
     std::string sim, agent, launcher;  // the programs' files
   };
   struct Listener {

@@ -109,6 +109,7 @@ std::vector<StepReader::Verb> const& StepReader::verbs() {
       {"tree", [](auto& self, auto& step) { return self.tree(step); }},
       {"run", [](auto& self, auto& step) { return self.run(step); }},
       {"pause", [](auto&, auto& step) { return Step::Pause{step.seconds("pause")}; }},
+      {"idle", [](auto& self, auto& step) { return self.idle(step); }},
       {"remember",
        [](auto&, auto& step) {
          if (!step.boolean("remember")) step.refuse("remember", "is not true");
@@ -254,6 +255,16 @@ Step::Action StepReader::tree(JsonObject& step) const {
   return Step::Tree{static_cast<Step::Tree::Move>(at - words.begin())};
 }
 
+Step::Action StepReader::idle(JsonObject& step) const {
+  Step::Idle idle;
+  idle.programs = strings(step, "idle");
+  if (idle.programs.empty()) step.refuse("idle", "names no program");
+  for (std::string const& program : idle.programs) checkProgram(step, "idle", program);
+  idle.time = secondsOr(step, "for", idle.time);
+  idle.within = secondsOr(step, "within", idle.within);
+  return idle;
+}
+
 Step::Action StepReader::expect(JsonObject& step) const {
   Step::Expect expect;
   expect.condition = ConditionReader(*this).condition(step.object("expect"));
@@ -312,10 +323,13 @@ void refuseWhole(JsonObject const& object, std::string reason) {
 
 std::string programName(JsonObject& object, char const* field) {
   std::string const& program = object.string(field);
-  if (program != "oru-agent" && program != "oru-launcher") {
-    object.refuse(field, "is neither oru-agent nor oru-launcher");
-  }
+  checkProgram(object, field, program);
   return program;
+}
+
+void checkProgram(JsonObject const& object, std::string const& field, std::string const& program) {
+  if (program == "oru-agent" || program == "oru-launcher") return;
+  object.refuse(field, "is neither oru-agent nor oru-launcher");
 }
 
 std::vector<std::string> strings(JsonObject& object, char const* field) {

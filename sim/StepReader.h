@@ -39,6 +39,7 @@ class StepReader {
   Step::Action write(Mount::JsonObject& step) const;
   Step::Action run(Mount::JsonObject& step) const;
   Step::Action tree(Mount::JsonObject& step) const;
+  Step::Action idle(Mount::JsonObject& step) const;
   Step::Action expect(Mount::JsonObject& step) const;
   AgentBehaviour describedBehaviour(AgentName const& agent) const;
 
@@ -49,6 +50,9 @@ class StepReader {
 [[noreturn]] void refuseWhole(Mount::JsonObject const& object, std::string reason);
 // "oru-agent" or "oru-launcher"; raises Mount::JsonError.
 std::string programName(Mount::JsonObject& object, char const* field);
+// Raises Mount::JsonError, for the field, unless it is one of the two.
+void checkProgram(Mount::JsonObject const& object, std::string const& field,
+                  std::string const& program);
 // A list of texts, or a single one; raises Mount::JsonError.
 std::vector<std::string> strings(Mount::JsonObject& object, char const* field);
 // A file's way from the root of the tree; raises Mount::JsonError for one that is empty or leads

@@ -48,7 +48,7 @@ constexpr char const* runFooter =
     "After a failure the folder is kept: the state tree, the programs' logs and the ring trace.";
 
 struct RunArguments {
-  std::string device, scenario, state, programs;
+  std::string device, scenario, state, tree, programs;
   std::optional<double> time;
   bool keep = false, plain = false, verbose = false;
 };
@@ -65,14 +65,13 @@ std::string newFolder() {
   return pattern;
 }
 
-// The folder of a run; it may exist if it is empty.
-std::string folderOf(RunArguments const& given) {
-  if (given.state.empty()) return newFolder();
-  fs::create_directories(given.state);
-  if (!fs::is_empty(given.state)) {
-    throw DescriptionError("--state " + given.state + ": is not empty");
+// The folder that was given; it may exist if it is empty.
+std::string emptyFolder(std::string const& folder, char const* option) {
+  fs::create_directories(folder);
+  if (!fs::is_empty(folder)) {
+    throw DescriptionError(std::string(option) + ' ' + folder + ": is not empty");
   }
-  return fs::canonical(given.state).string();
+  return fs::canonical(folder).string();
 }
 
 std::string programFile(std::string const& folder, char const* name) {
@@ -95,7 +94,9 @@ int run(RunArguments const& given) {
   options.setting.sim = ownFile();
   options.setting.agent = programFile(programs, "oru-agent");
   options.setting.launcher = programFile(programs, "oru-launcher");
-  options.setting.folder = folderOf(given);
+  options.setting.folder = given.state.empty() ? newFolder() : emptyFolder(given.state, "--state");
+  options.setting.tree =
+      given.tree.empty() ? options.setting.folder + "/tree" : emptyFolder(given.tree, "--tree");
   options.time = given.time;
   options.live = !given.plain && ::isatty(STDOUT_FILENO) != 0;
   options.verbose = given.verbose;
@@ -146,6 +147,8 @@ void addRun(CLI::App& app, RunArguments& given) {
   run->add_option(
          "--state", given.state,
          "Folder for the state tree and the logs, kept at the end (default: a temporary one)")
+      ->type_name("DIR");
+  run->add_option("--tree", given.tree, "Folder for the state tree alone, if it is to be elsewhere")
       ->type_name("DIR");
   run->add_option("--for", given.time,
                   "Go on for so long, after the scenario if there is one (10s)")

@@ -42,6 +42,12 @@ TEST(NumberedText, PlaceholdersBecomeTheirNumbers) {
   EXPECT_EQ(expanded("plain", values), "plain");
 }
 
+TEST(NumberedText, WordsAreReplacedWhereverTheyStand) {
+  EXPECT_EQ(replaced("{a}/{a}b", "{a}", "x"), "x/xb");
+  EXPECT_EQ(replaced("{a}", "{a}", "{a}{a}"), "{a}{a}");
+  EXPECT_EQ(replaced("plain", "{a}", "x"), "plain");
+}
+
 TEST(NumberedText, UnknownPlaceholdersAndLoneBracesAreRefused) {
   Placeholders const values{{"slice", 3}};
   EXPECT_THROW(expanded("{chip}", values), std::invalid_argument);

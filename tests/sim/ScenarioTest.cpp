@@ -114,6 +114,24 @@ TEST(Scenario, RunTakesAProgramWithItsArguments) {
   EXPECT_EQ(only<Step::Run>(R"({"run": "true"})").argv, std::vector<std::string>{"true"});
 }
 
+TEST(Scenario, ProgramsMayStandBesideTheScenario) {
+  auto const read =
+      Scenario::parse(R"({"steps": [{"run": ["{here}/a", "{tree}"]}]})", "/b/s.json", nullptr);
+  EXPECT_EQ(std::get<Step::Run>(read.steps.at(0).action).argv,
+            (std::vector<std::string>{"/b/a", "{tree}"}));
+}
+
+TEST(Scenario, IdleTakesProgramsAndTimes) {
+  auto const idle =
+      only<Step::Idle>(R"({"idle": ["oru-agent", "oru-launcher"], "for": 2, "within": 5})");
+  EXPECT_EQ(idle.programs, (std::vector<std::string>{"oru-agent", "oru-launcher"}));
+  EXPECT_EQ(idle.time, 2);
+  EXPECT_EQ(idle.within, 5);
+  auto const short_ = only<Step::Idle>(R"({"idle": "oru-agent"})");
+  EXPECT_EQ(short_.programs, std::vector<std::string>{"oru-agent"});
+  EXPECT_EQ(short_.time, 1);
+}
+
 TEST(Scenario, ExpectationsOfChips) {
   auto const expect = only<Step::Expect>(
       R"({"expect": {"published": ["Chip1"], "withdrawn": "Chip2", "interfaces": 8,
@@ -195,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"1", " is not an object"},
         Wrong{"{}",
               " is none of say, insert, remove, swap, reset, withdraw, feature, behave, kill, "
-              "stop, start, report, write, delete, tree, run, pause, remember, expect"},
+              "stop, start, report, write, delete, tree, run, pause, idle, remember, expect"},
         Wrong{R"({"insert": "Slice1", "remove": "Slice1"})", ".remove stands beside insert"},
         Wrong{R"({"insert": "Slice1", "soon": 1})", ".soon is not a field of this file"},
         Wrong{R"({"insert": "Slice7"})", ".insert names no slice of the device: Slice7"},
@@ -225,6 +243,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"write": "x", "text": "", "times": 0})",
               ".times is not a whole number from 1 to 1000000"},
         Wrong{R"({"pause": "long"})", ".pause is not a number of seconds from 0 to 253402300799"},
+        Wrong{R"({"idle": []})", ".idle names no program"},
+        Wrong{R"({"idle": ["oru-sim"]})", ".idle is neither oru-agent nor oru-launcher"},
         Wrong{R"({"remember": false})", ".remember is not true"},
         Wrong{R"({"expect": {}})", ".expect expects nothing"},
         Wrong{R"({"expect": {"published": ["Chip9"]}})",
