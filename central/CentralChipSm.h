@@ -21,7 +21,8 @@ class CentralSliceSm;
 //   watches   status          genTime, intfToPortId (fields 260, 261)   -> handleRunning
 //   writes    config          enabled, genTime, syncGenTime
 //             the root's chipLauncherConfigDir   entry `name` while this machine lives
-//             systemStatus    chipInfo, intfToChipPort, sliceToChipMap, by addToSystemStatus, removeFromSystemStatus
+//             systemStatus    chipInfo, intfToChipPort, sliceToChipMap, by addToSystemStatus and
+//                             removeFromSystemStatus
 //   tells     the root's helper   chipAdded, chipAlreadyAdded, chipRemoved
 //
 // The chip is running when its agent reports exactly the configured generation, that generation is
@@ -29,11 +30,12 @@ class CentralSliceSm;
 // record of which chips run.
 //
 // INVARIANTS
-//   - config.genTime >= status.genTime. An agent that reports a newer generation than was ever configured (or a NaN on
-//     either side) ends the process.
-//   - The construction arguments stay for life, whatever is put in their place in the directories later.
-//   - A machine without a status never runs. A machine without a chip launcher directory neither starts nor stops its
-//     agent, and leaves the system status alone when it goes.
+//   - config.genTime >= status.genTime. An agent that reports a newer generation than was ever
+//     configured (or a NaN on either side) ends the process.
+//   - The construction arguments stay for life, whatever is put in their place in the directories
+//     later.
+//   - A machine without a status never runs. A machine without a chip launcher directory neither
+//     starts nor stops its agent, and leaves the system status alone when it goes.
 class ORU_EXPORT CentralChipSm : public Kesh::StateMachine<CentralChipSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::CentralChipSm";

@@ -23,7 +23,8 @@ struct HN_ChipSm;
 //             statusDir    chip statuses (field 266)    -> handleChipStatus
 //   writes    hwStatus     genTime: the hardware generation that the slice has taken over
 //             configDir    deviceId of each chip's ChipConfig
-//             the root's sliceLauncherConfigDir   deletes the slice's entry when it goes (the root makes it)
+//             the root's sliceLauncherConfigDir   deletes the slice's entry, which the root made,
+//                          when it goes
 //             systemStatus drops the slice's key of sliceToChipMap when it goes
 //   owns      chipSm       by chip name
 //   tells     the root's helper   sliceDetected
@@ -34,8 +35,14 @@ struct HN_ChipSm;
 // hardware status is a newly inserted board: every chip is reset, then the status takes the
 // generation over.
 //
-// The construction arguments stay for life. Without a hardware configuration the machine does
-// nothing; without a status directory no chip has a status.
+// INVARIANTS, after each pass with a generation that is not 0
+//   - Each configured chip has a chip machine, and no other chip has one.
+//   - Each configured chip's ChipConfig, which must exist, carries the device id of the hardware
+//     configuration.
+//   - hwStatus, which must exist, is not older than hwConfig.
+//
+// The construction arguments stay for life. Without a hardware configuration the machine only stops
+// what there is when it goes; without a status directory no chip has a status.
 class ORU_EXPORT CentralSliceSm : public Kesh::StateMachine<CentralSliceSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::CentralSliceSm";

@@ -20,19 +20,31 @@ struct HN_SliceSm;
 // The root of the supervision tree. The hosting agent creates one through `centralSmFactory`, with
 // the shared directories and its helper, and keeps the pointer for as long as supervision runs.
 //
-//   watches   hwConfigDir       slice hardware configurations (field 266)   -> handleHwConfigDir(name)
-//             statusDir         slice status directories (field 266)        -> handleStatusDir(name)
-//             resetRequestDir   reset-request directories (field 266)       -> handleResetRequestDir(name)
-//   writes    configDir         a directory per slice; through the helper a ChipConfig per chip, with its device id
+//   watches   (field 266 of each)
+//             hwConfigDir       slice hardware configurations   -> handleHwConfigDir(name)
+//             statusDir         slice status directories        -> handleStatusDir(name)
+//             resetRequestDir   reset-request directories       -> handleResetRequestDir(name)
+//   writes    configDir         a directory per slice; through the helper a ChipConfig per chip,
+//                               with its device id
 //             hwStatusDir       a SliceHwStatus per configured slice
-//             sliceLauncherConfigDir   an entry per configured slice (deleted here only when no slice machine is there)
+//             sliceLauncherConfigDir   an entry per configured slice (deleted here only when no
+//                               slice machine is there)
 //             resetStatusDir    a ResetStatusDir per reset-request directory; never deleted
-//             systemStatus      at start: drops the chips of an earlier run that do not run any more
+//             systemStatus      at start: drops the chips of an earlier run that do not run now
 //   owns      featureColl, featureCollSm, resetSm (by directory name), sliceSm (by slice name)
 //   tells     helper            initialize, featureCollection, syncStateOnInit, createChipConfig
 //
 // A slice machine exists once the slice has both a configuration and a status entry, and goes when
 // its status entry goes.
+//
+// INVARIANTS, when no handler runs
+//   - A status and a configuration entry of one name have a slice machine; a slice machine has a
+//     status entry.
+//   - A slice has a hardware status exactly while it has a configuration. (One that an earlier run
+//     left may have none.)
+//   - Each ResetRequestDir has a reset machine, built on that very directory, and no other name has
+//     one.
+//   - The directories that are written are watched by no machine.
 //
 // Any directory may be null: a watched one is then empty, a launcher directory is not written.
 // `helper`, `configDir`, `hwStatusDir`, `systemStatus` and `resetStatusDir` are asserted where they

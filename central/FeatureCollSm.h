@@ -13,8 +13,8 @@ namespace Oru::Central {
 // feature runs that feature's agent.
 //
 //   watches   featureColl   feature (field 130)   -> handleFeatureColl(name)
-//   writes    featureLauncherConfigDir   entry `name` for every feature in the collection, whatever its flag: a feature
-//             that is switched off keeps its agent, one that is removed loses it
+//   writes    featureLauncherConfigDir   entry `name` for every feature in the collection, whatever
+//             its flag: a feature that is switched off keeps its agent, a removed one loses it
 //
 // Both members may be null; then every handler only says so. Entries stay when the machine goes.
 // The whole-collection pass only adds: an entry that is in no collection is nobody's to remove.

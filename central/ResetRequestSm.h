@@ -24,6 +24,9 @@ struct HN_NestedSm_ResetSm;
 //
 // Without a request directory the machine is inert. When a single request is withdrawn its status
 // record is deleted; when the whole machine goes, the records stay.
+//
+// INVARIANT, when no handler runs: each request in the directory has a nested machine that is bound
+// to that very entry, and no other key has one.
 class ORU_EXPORT ResetRequestSm : public Kesh::StateMachine<ResetRequestSm> {
  public:
   static constexpr char const* typeName = "Oru::Central::ResetRequestSm";
@@ -84,13 +87,21 @@ class ORU_EXPORT ResetRequestSm : public Kesh::StateMachine<ResetRequestSm> {
 // Carries out one reset request, and keeps its status record.
 //
 //   watches   resetSm      the request entry, genTime (field 261)   -> handleResetRequest
-//   writes    the parent's resetStatusDir   the record of the request's key: resetCause, resetReason, genTime
+//   writes    the parent's resetStatusDir   the record of the request's key: resetCause,
+//             resetReason, genTime
 //   tells     the root's helper   featureAgentResetRequested
-//   calls     CentralChipSm::doReset(true) for each chip that the request concerns and that was configured before it
+//   calls     CentralChipSm::doReset(true) for each chip that the request concerns and that was
+//             configured before it
 //
 // A request is carried out when the machine is made, when it is bound to another entry, and when
 // the entry's genTime changes. It is recorded whatever came of it, unless it was withdrawn
 // meanwhile; a genTime of 0 asks for nothing.
+//
+// INVARIANTS, when no handler runs
+//   - The record is the request as it was when it was last carried out; a withdrawn request has
+//     none.
+//   - Once a request was carried out, no chip that it concerned has a generation below the
+//     request's, unless the request's time lay in the future.
 class ORU_EXPORT ResetRequestSm::NestedSm_ResetSm
     : public Kesh::Typed<ResetRequestSm::NestedSm_ResetSm, Kesh::NotifieeConst> {
  public:

@@ -1,5 +1,6 @@
 #include "runtime/kesh/MutatorException.h"
 #include "tests/central/CentralFixture.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -352,6 +353,22 @@ TEST_F(CentralSmTest, ACallbackThatReleasesTheRootRunsOnAndThenItGoes) {
   EXPECT_EQ(subscriptions(), "");
   EXPECT_TRUE(device.sliceLauncher->entityPtrHas("Slice1"));
 }
+
+#if defined(__x86_64__)
+TEST_F(CentralSmTest, NoMachinePutsAnOperationBeforeTheZombieFlags) {
+  EXPECT_EQ(slotOf(&CentralSm::keshDoZombieReactors), 5u);
+  EXPECT_EQ(slotOf(&CentralSliceSm::keshDoZombieReactors), 5u);
+  EXPECT_EQ(slotOf(&CentralChipSm::keshDoZombieReactors), 5u);
+  EXPECT_EQ(slotOf(&ResetRequestSm::keshDoZombieReactors), 5u);
+  EXPECT_EQ(slotOf(&FeatureCollSm::keshDoZombieReactors), 5u);
+  using Nested = ResetRequestSm::NestedSm_ResetSm;
+  EXPECT_EQ(slotOf(&Nested::typeData), 4u);
+  EXPECT_EQ(slotOf(&Nested::isRegisteredNotifieeIs), 5u);
+  EXPECT_EQ(slotOf(&Nested::onZeroReferences), 6u);
+  EXPECT_EQ(slotOf(&Nested::onAttribute), 7u);
+  EXPECT_EQ(slotOf(&Nested::keshDoZombieReactors), 8u);
+}
+#endif
 
 using CentralSmDeathTest = CentralSmTest;
 
