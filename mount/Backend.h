@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -24,6 +25,10 @@ namespace Oru::Mount {
 class Backend {
  public:
   enum class Kind : std::uint8_t { value, directory };
+
+  // Names on the way from the root to the deepest directory that a tree has. What lies deeper
+  // belongs to nobody and is not watched: whoever may write somewhere cannot keep others busy by it.
+  static constexpr std::size_t deepestDirectory = 3;
 
   // A member of a directory, in the order of names.
   struct Member {
@@ -100,8 +105,8 @@ class Backend {
 
   virtual Listing list(TreePath const& directory) = 0;
   virtual Reading read(TreePath const& value) = 0;
-  // Reports changes at `directory` and everything below it, at any depth, from now on; the
-  // directory need not exist yet. What this back-end put and removed itself is mostly not reported.
+  // Reports changes at `directory` and everything below it from now on; the directory need not
+  // exist yet. What this back-end put and removed itself is mostly not reported.
   // Calls come from the event loop, never from within this call or another operation. To miss
   // nothing: watch first, then list. The observer must outlive the watch.
   [[nodiscard]] virtual std::unique_ptr<Watch> watch(TreePath const& directory,

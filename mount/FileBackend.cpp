@@ -12,7 +12,7 @@ class FileWatch final : public Backend::Watch {
 
  private:
   FileWatcher& watcher_;
-  FileWatcher::Id const id_;
+  WatchList::Id const id_;
 };
 
 }  // namespace

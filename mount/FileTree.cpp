@@ -237,8 +237,10 @@ std::error_code FileTree::makeRoot() const {
     if (!at) break;
     if (name.empty() || name == ".") continue;
     // Above the tree, links are the operator's own affair.
-    if (::mkdirat(at.get(), name.c_str(), directoryMode) < 0 && errno != EEXIST) return lastError();
+    bool const isMade = ::mkdirat(at.get(), name.c_str(), directoryMode) == 0;
+    if (!isMade && errno != EEXIST) return lastError();
     at = UniqueFd(::openat(at.get(), name.c_str(), directoryFlags));
+    if (isMade && at) static_cast<void>(::fchmod(at.get(), directoryMode));
   }
   return at ? std::error_code() : lastError();
 }

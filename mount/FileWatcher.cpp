@@ -41,55 +41,43 @@ std::string parentOf(std::string const& root) {
 }  // namespace
 
 FileWatcher::FileWatcher(EventLoop& loop, FileTree const& tree)
-    : loop_(loop), tree_(tree), retry_(loop, [this] {
+    : loop_(loop), tree_(tree), watches_(loop), retry_(loop, [this] {
         tryAgain();
-        deliver();
+        watches_.deliver();
       }) {
   openInotify();
 }
 
-FileWatcher::Id FileWatcher::add(TreePath const& directory, Backend::Observer& observer) {
-  bool const first = watched_.empty();
-  watched_.emplace(++lastId_, Watched{directory, &observer});
-  if (first) {
+WatchList::Id FileWatcher::add(TreePath const& directory, Backend::Observer& observer) {
+  bool const first = watches_.empty();
+  auto const id = watches_.add(directory, observer);
+  if (first)
     startAfresh();
-  } else if (rootThere_) {
+  else if (rootThere_)
     arm({});
-  } else {
-    notice({}, [reason = rootReason_](auto& other) { other.rootLost(reason); });
-  }
-  return lastId_;
+  else
+    watches_.notice({}, [reason = rootReason_](auto& other) { other.rootLost(reason); });
+  return id;
 }
 
-void FileWatcher::remove(Id id) {
-  watched_.erase(id);
+void FileWatcher::remove(WatchList::Id id) {
+  watches_.remove(id);
   std::vector<TreePath> idle;
   for (auto const& [directory, wd] : armed_)
-    if (!relevant(directory)) idle.push_back(directory);
+    if (!watches_.concerns(directory)) idle.push_back(directory);
   for (auto const& directory : idle) disarm(directory);
 }
 
 void FileWatcher::ownWrite(TreePath const& value, FileStamp const& left) {
-  if (armed_.contains(value.parent()) && within(value)) own_[value] = left;
-}
-
-bool FileWatcher::within(TreePath const& path) const {
-  return std::ranges::any_of(
-      watched_, [&](auto const& entry) { return path.isWithin(entry.second.directory); });
-}
-
-bool FileWatcher::relevant(TreePath const& directory) const {
-  return within(directory) || std::ranges::any_of(watched_, [&](auto const& entry) {
-           return entry.second.directory.isWithin(directory);
-         });
+  if (armed_.contains(value.parent()) && watches_.watches(value)) own_[value] = left;
 }
 
 // Arming first and listing afterwards misses nothing that appears in between.
 void FileWatcher::arm(TreePath const& directory) {
-  if (!armOne(directory)) return;
+  if (directory.size() > Backend::deepestDirectory || !armOne(directory)) return;
   for (auto const& member : tree_.list(directory).members) {
     auto const child = directory / member.name;
-    if (member.kind == Backend::Kind::directory && relevant(child)) arm(child);
+    if (member.kind == Backend::Kind::directory && watches_.concerns(child)) arm(child);
   }
 }
 
@@ -98,29 +86,30 @@ bool FileWatcher::armOne(TreePath const& directory) {
   UniqueFd const opened = tree_.openDirectory(directory, FileTree::Missing::refuse, error);
   int wd = -1;
   if (opened && (wd = addWatch(inotify_.get(), opened.get(), watchMask)) < 0) error = lastError();
-  if (!error) {
-    directoryOf_[wd] = directory;
-    armed_[directory] = wd;
-    struct ::stat status {};
-    if (directory.isRoot() && ::fstat(opened.get(), &status) == 0)
-      root_ = {status.st_dev, status.st_ino};
-    if (failed_.erase(directory))
-      notice(directory, [=](auto& observer) { observer.watchBack(directory); });
-    return true;
-  }
-  if (directory.isRoot()) {
-    rootMissing(error);
+  if (error) {
+    armingFailed(directory, error);
     return false;
   }
+  directoryOf_[wd] = directory;
+  armed_[directory] = wd;
+  struct ::stat status {};
+  if (directory.isRoot() && ::fstat(opened.get(), &status) == 0)
+    root_ = {status.st_dev, status.st_ino};
+  if (failed_.erase(directory))
+    watches_.notice(directory, [=](auto& observer) { observer.watchBack(directory); });
+  return true;
+}
+
+void FileWatcher::armingFailed(TreePath const& directory, std::error_code error) {
+  if (directory.isRoot()) return rootMissing(error);
   bool const nothingToWatch =
       error == std::errc::no_such_file_or_directory || error == std::errc::no_such_device ||
       error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
   if (!nothingToWatch && failed_.insert(directory).second)
-    notice(directory, [=, reason = error.message()](auto& observer) {
+    watches_.notice(directory, [=, reason = error.message()](auto& observer) {
       observer.watchLost(directory, reason);
     });
   if (!failed_.empty()) retry_.later();
-  return false;
 }
 
 void FileWatcher::disarm(TreePath const& directory) {
@@ -133,7 +122,7 @@ void FileWatcher::disarm(TreePath const& directory) {
   }
   for (auto at = failed_.lower_bound(directory); at != failed_.end() && at->isWithin(directory);
        at = failed_.erase(at))
-    notice(*at, [path = *at](auto& observer) { observer.watchBack(path); });
+    watches_.notice(*at, [path = *at](auto& observer) { observer.watchBack(path); });
 }
 
 void FileWatcher::openInotify() {
@@ -148,15 +137,28 @@ void FileWatcher::openInotify() {
   own_.clear();
 }
 
+// The root may have been exchanged without a word, when words were lost.
 void FileWatcher::startAfresh() {
   openInotify();
+  FileId const before = root_;
   bool const wasThere = std::exchange(rootThere_, true);
   watchParent();
   arm({});
   if (!rootThere_) return;
   if (failed_.empty()) retry_.settled();
-  if (!wasThere && !rootReason_.empty()) notice({}, [](auto& observer) { observer.rootBack(); });
+  if (wasThere && before != root_) tellRootLost("the root is another one");
+  tellRootBack();
+}
+
+void FileWatcher::tellRootLost(std::string reason) {
+  rootReason_ = std::move(reason);
+  watches_.notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
+}
+
+void FileWatcher::tellRootBack() {
+  if (rootReason_.empty()) return;
   rootReason_.clear();
+  watches_.notice({}, [](auto& observer) { observer.rootBack(); });
 }
 
 // Whether what stands at the root's place is the directory that is armed.
@@ -172,19 +174,15 @@ void FileWatcher::watchParent() {
 
 void FileWatcher::rootGone() {
   rootThere_ = false;
-  rootReason_ = "the root is gone or another one";
-  notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
+  tellRootLost("the root is gone or another one");
   startAfresh();
-  if (rootThere_) noteAll();
+  if (rootThere_) watches_.noteDirectory({});
 }
 
 void FileWatcher::rootMissing(std::error_code error) {
   openInotify();
   rootThere_ = false;
-  if (rootReason_.empty()) {
-    rootReason_ = error.message();
-    notice({}, [reason = rootReason_](auto& observer) { observer.rootLost(reason); });
-  }
+  if (rootReason_.empty()) tellRootLost(error.message());
   watchParent();
   retry_.later();
 }
@@ -192,12 +190,12 @@ void FileWatcher::rootMissing(std::error_code error) {
 void FileWatcher::tryAgain() {
   if (!rootThere_) {
     startAfresh();
-    if (rootThere_) noteAll();
+    if (rootThere_) watches_.noteDirectory({});
     return;
   }
   for (auto const& directory : std::set<TreePath>(failed_)) {
     arm(directory);
-    if (!failed_.contains(directory)) noteDirectory(directory);
+    if (!failed_.contains(directory)) watches_.noteDirectory(directory);
   }
   if (failed_.empty()) retry_.settled();
 }
@@ -208,7 +206,7 @@ void FileWatcher::readEvents() {
   if (length <= 0) return;
   if (!rootThere_) {
     tryAgain();
-    return deliver();
+    return watches_.deliver();
   }
   bool overflow = false;
   auto const epoch = epoch_;
@@ -221,9 +219,9 @@ void FileWatcher::readEvents() {
   }
   if (overflow && epoch_ == epoch) {
     startAfresh();
-    noteAll();
+    watches_.noteDirectory({});
   }
-  deliver();
+  watches_.deliver();
 }
 
 void FileWatcher::handleEvent(inotify_event const& event) {
@@ -248,11 +246,11 @@ void FileWatcher::handleSelf(TreePath const& directory, inotify_event const& eve
   bool const unmounted = (event.mask & (IN_UNMOUNT | IN_IGNORED)) != 0;
   if (directory.isRoot()) {
     if (unmounted || (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0) return rootGone();
-    if ((event.mask & IN_ATTRIB) != 0) noteAll();
+    if ((event.mask & IN_ATTRIB) != 0) watches_.noteDirectory({});
   } else if (unmounted) {
     disarm(directory);
     arm(directory);
-    noteDirectory(directory);
+    watches_.noteDirectory(directory);
   }
 }
 
@@ -260,26 +258,26 @@ void FileWatcher::handleDirectory(TreePath const& parent, std::string_view fileN
                                   std::uint32_t mask) {
   auto const meaning = TreeFileName::of(fileName);
   if (meaning.form == TreeFileName::Form::hidden) return;
-  if (!meaning.name) return noteDirectory(parent);
-  if (meaning.form == TreeFileName::Form::value)
-    return note({parent / *meaning.name, Backend::Kind::value});
+  if (!meaning.name) return watches_.noteDirectory(parent);
+  if (meaning.form == TreeFileName::Form::value) return watches_.noteValue(parent / *meaning.name);
   auto const directory = parent / *meaning.name;
-  if (!relevant(directory)) return;
+  if (!watches_.concerns(directory)) return;
   if (mask & gone)
     disarm(directory);
   else
     arm(directory);
-  noteDirectory(directory, (mask & gone) != 0);
+  watches_.noteDirectory(directory, (mask & gone) != 0);
 }
 
 void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
                              std::uint32_t mask) {
   auto const meaning = TreeFileName::of(fileName);
-  if (meaning.form == TreeFileName::Form::hidden || !within(parent)) return;
-  if (meaning.form == TreeFileName::Form::other || !meaning.name) return noteDirectory(parent);
+  if (meaning.form == TreeFileName::Form::hidden || !watches_.watches(parent)) return;
+  if (meaning.form == TreeFileName::Form::other || !meaning.name)
+    return watches_.noteDirectory(parent);
   auto const value = parent / *meaning.name;
   if ((mask & IN_CREATE) && stillBeingWritten(value)) return;
-  if (!isOwnEcho(value, mask)) note({value, Backend::Kind::value});
+  if (!isOwnEcho(value, mask)) watches_.noteValue(value);
 }
 
 // A file that has just been made by name has a writer who will close it; a second link to a
@@ -298,80 +296,6 @@ bool FileWatcher::isOwnEcho(TreePath const& value, std::uint32_t mask) {
   bool const isOver = (mask & IN_DELETE) != 0 && own->second == FileStamp();
   if (!isEcho || isOver) own_.erase(own);
   return isEcho;
-}
-
-// A directory on the way to watched ones stands for those.
-void FileWatcher::noteDirectory(TreePath const& directory, bool wasGone) {
-  if (within(directory)) return note({directory, Backend::Kind::directory, wasGone});
-  for (auto const& [id, watched] : watched_)
-    if (watched.directory.isWithin(directory))
-      note({watched.directory, Backend::Kind::directory, wasGone});
-}
-
-void FileWatcher::noteAll() { noteDirectory({}); }
-
-void FileWatcher::note(Backend::Change change) {
-  auto& noted = change.kind == Backend::Kind::value ? notedValues_ : notedDirectories_;
-  auto const [at, isNew] = noted.try_emplace(change.path, changes_.size());
-  if (isNew)
-    changes_.push_back(std::move(change));
-  else
-    changes_[at->second].wasGone |= change.wasGone;
-  deliverSoon();
-}
-
-void FileWatcher::notice(TreePath const& path, std::function<void(Backend::Observer&)> tell) {
-  notices_.push_back({path, std::move(tell)});
-  deliverSoon();
-}
-
-void FileWatcher::deliverSoon() {
-  if (!delivery_) delivery_ = loop_.endOfTurn([this] { deliver(); });
-}
-
-// An observer may end any watch, its own too, while it is told.
-void FileWatcher::deliver() {
-  delivery_.reset();
-  auto const notices = std::exchange(notices_, {});
-  auto const changes = withoutCovered(std::exchange(changes_, {}));
-  notedValues_.clear();
-  notedDirectories_.clear();
-  std::vector<Id> ids;
-  for (auto const& [id, watched] : watched_) ids.push_back(id);
-  for (Id const id : ids) {
-    for (auto const& notice : notices) tell(id, notice);
-    tell(id, changes);
-  }
-}
-
-// A directory that is reported stands for everything in it.
-std::vector<Backend::Change> FileWatcher::withoutCovered(
-    std::vector<Backend::Change> changes) const {
-  std::erase_if(changes, [this](Backend::Change const& change) {
-    if (change.kind == Backend::Kind::directory && change.path.isRoot()) return false;
-    for (auto above = change.path.parent();; above = above.parent()) {
-      if (notedDirectories_.contains(above)) return true;
-      if (above.isRoot()) return false;
-    }
-  });
-  return changes;
-}
-
-void FileWatcher::tell(Id id, Notice const& notice) const {
-  auto const watched = watched_.find(id);
-  if (watched == watched_.end()) return;
-  auto const& directory = watched->second.directory;
-  if (notice.path.isWithin(directory) || directory.isWithin(notice.path))
-    notice.tell(*watched->second.observer);
-}
-
-void FileWatcher::tell(Id id, std::vector<Backend::Change> const& changes) const {
-  auto const watched = watched_.find(id);
-  if (watched == watched_.end()) return;
-  std::vector<Backend::Change> mine;
-  for (auto const& change : changes)
-    if (change.path.isWithin(watched->second.directory)) mine.push_back(change);
-  if (!mine.empty()) watched->second.observer->changed(mine);
 }
 
 }  // namespace Oru::Mount

@@ -1,20 +1,18 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "mount/Backend.h"
 #include "mount/EventLoop.h"
 #include "mount/FileTree.h"
 #include "mount/Retry.h"
 #include "mount/UniqueFd.h"
+#include "mount/WatchList.h"
 
 struct inotify_event;
 
@@ -22,7 +20,8 @@ namespace Oru::Mount {
 
 // Watches directories of a FileTree recursively, by inotify, for the observers of Backend::watch.
 //
-//   armed          the root, the directories on the way to a watched one, and all below it
+//   armed          the root, the directories on the way to a watched one, and all below it that
+//                  are not deeper than a tree's
 //   overflow       everything is armed afresh, and every watched directory is reported
 //   root gone      or another directory in its place: reported, and tried again, with back-off and
 //                  whenever its parent directory changes, until it is there; then everything is
@@ -34,36 +33,23 @@ namespace Oru::Mount {
 // goes.
 class FileWatcher {
  public:
-  using Id = std::uint64_t;
-
   FileWatcher(EventLoop& loop, FileTree const& tree);
 
-  Id add(TreePath const& directory, Backend::Observer& observer);
-  void remove(Id id);
+  WatchList::Id add(TreePath const& directory, Backend::Observer& observer);
+  void remove(WatchList::Id id);
   // This program has just put the value with that stamp, or removed it (no stamp): the word of the
   // very state that it left is swallowed.
   void ownWrite(TreePath const& value, FileStamp const& left);
 
  private:
-  struct Watched {
-    TreePath directory;
-    Backend::Observer* observer;
-  };
-  // Something to tell the observers that `path` concerns, other than a change.
-  struct Notice {
-    TreePath path;
-    std::function<void(Backend::Observer&)> tell;
-  };
   struct FileId {
     std::uint64_t device = 0, inode = 0;
     bool operator==(FileId const&) const = default;
   };
 
-  bool within(TreePath const& path) const;
-  bool relevant(TreePath const& directory) const;
-
   void arm(TreePath const& directory);
   bool armOne(TreePath const& directory);
+  void armingFailed(TreePath const& directory, std::error_code error);
   void disarm(TreePath const& directory);
   void startAfresh();
   void rootGone();
@@ -81,21 +67,12 @@ class FileWatcher {
   void handleFile(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
   bool stillBeingWritten(TreePath const& value) const;
   bool isOwnEcho(TreePath const& value, std::uint32_t mask);
-
-  void noteDirectory(TreePath const& directory, bool wasGone = false);
-  void noteAll();
-  void note(Backend::Change change);
-  void notice(TreePath const& path, std::function<void(Backend::Observer&)> tell);
-  void deliverSoon();
-  void deliver();
-  std::vector<Backend::Change> withoutCovered(std::vector<Backend::Change> changes) const;
-  void tell(Id id, Notice const& notice) const;
-  void tell(Id id, std::vector<Backend::Change> const& changes) const;
+  void tellRootLost(std::string reason);
+  void tellRootBack();
 
   EventLoop& loop_;
   FileTree const& tree_;
-  std::map<Id, Watched> watched_;
-  Id lastId_ = 0;
+  WatchList watches_;
 
   UniqueFd inotify_;
   EventSource ready_;
@@ -110,13 +87,6 @@ class FileWatcher {
   bool rootThere_ = false;
   std::string rootReason_;
   Retry retry_;
-
-  std::vector<Notice> notices_;
-  std::vector<Backend::Change> changes_;
-  // Index in changes_.
-  std::map<TreePath, std::size_t> notedValues_;
-  std::map<TreePath, std::size_t> notedDirectories_;
-  EventSource delivery_;
 };
 
 }  // namespace Oru::Mount

@@ -113,7 +113,7 @@ TEST_F(FileBackendTest, ChangesOfOneTurnAreToldOnceEach) {
   EXPECT_EQ((Told{"d/a.json", "d/b.json"}), take());
 }
 
-TEST_F(FileBackendTest, FollowsDirectoriesAtAnyDepth) {
+TEST_F(FileBackendTest, FollowsDirectoriesAsDeepAsATreeHasThem) {
   FileBackend backend(loop, root);
   auto const watch = backend.watch({"d"}, recorder);
   fs::create_directories(root + "/d/e/f");
@@ -125,6 +125,20 @@ TEST_F(FileBackendTest, FollowsDirectoriesAtAnyDepth) {
   take();
   fs::remove_all(root + "/d/e");
   EXPECT_TRUE(awaits("d/e/ anew"));
+}
+
+TEST_F(FileBackendTest, WhatLiesDeeperThanATreeIsToldWhenItAppearsAndNotFollowed) {
+  fs::create_directories(root + "/d/e/f");
+  FileBackend backend(loop, root);
+  auto const watch = backend.watch({"d"}, recorder);
+  fs::create_directories(root + "/d/e/f/deep/er");
+  EXPECT_TRUE(awaits("d/e/f/deep/"));
+  OruTest::settle(loop);
+  take();
+  othersPut("d/e/f/deep/er/a.json", "1");
+  othersPut("d/end.json", "1");
+  EXPECT_TRUE(awaits("d/end.json"));
+  EXPECT_EQ(Told{"d/end.json"}, take());
 }
 
 TEST_F(FileBackendTest, ADirectoryThatIsMovedInIsFollowed) {
