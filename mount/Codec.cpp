@@ -5,13 +5,11 @@
 #include <utility>
 
 #include "mount/Json.h"
-#include "mount/ResetKeyName.h"
 #include "mount/TreePath.h"
 
 namespace Oru::Mount::Codec {
 
 using namespace Central;
-using nlohmann::ordered_json;
 using Vunda::Duration;
 using Vunda::String;
 
@@ -26,6 +24,10 @@ constexpr std::array resetTypes{ResetType::chip, ResetType::slice, ResetType::al
                                 ResetType::featureAgents};
 
 Duration time(JsonObject& object, char const* field) { return Duration(object.seconds(field)); }
+
+Duration generation(JsonObject& object, char const* field) {
+  return Duration(object.generation(field));
+}
 
 DeviceId deviceId(JsonObject& object, char const* field) {
   return DeviceId(static_cast<std::uint16_t>(object.integer(field, DeviceId::min, DeviceId::null)));
@@ -115,29 +117,7 @@ ResetKey resetKey(JsonObject& object) {
   return {type, chip, slice};
 }
 
-std::string line(ordered_json const& json) {
-  return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
-}
-
-ordered_json jsonOfPorts(ChipHwConfig const& chip) {
-  auto json = ordered_json::object();
-  for (auto at = chip.portConfig().iterator(); at; ++at)
-    json[std::to_string(at.key())] = at.value()->intfName().view();
-  return json;
-}
-
 }  // namespace
-
-Lanko::IntfId intfIdOf(std::string const& name) {
-  Lanko::IntfId id;
-  id.handleInitialized(String(std::string_view(name)));
-  return id;
-}
-
-std::string nameOf(ResetKey const& key) {
-  return resetKeyName(stringValue(key.resetType()).view(), key.sliceName().view(),
-                      key.chipName().view());
-}
 
 SliceHwData sliceHwConfigOf(std::string const& text) {
   return whole(text, [](JsonObject& object) {
@@ -152,13 +132,14 @@ Duration sliceHwStatusOf(std::string const& text) {
 ChipConfigData chipConfigOf(std::string const& text) {
   return whole(text, [](JsonObject& object) {
     return ChipConfigData{deviceId(object, "deviceId"), object.boolean("enabled"),
-                          time(object, "genTime"), time(object, "syncGenTime")};
+                          generation(object, "genTime"), generation(object, "syncGenTime")};
   });
 }
 
 ChipStatusData chipStatusOf(std::string const& text) {
   return whole(text, [](JsonObject& object) {
-    return ChipStatusData{time(object, "genTime"), interfacePorts(object.object("intfToPortId"))};
+    return ChipStatusData{generation(object, "genTime"),
+                          interfacePorts(object.object("intfToPortId"))};
   });
 }
 
@@ -196,7 +177,7 @@ ChipInfo chipInfoOf(std::string const& text, std::string const& fileName) {
     if (info.deviceId() != deviceIdOf(fileName))
       object.refuse("deviceId", "is not the file's name");
     info.sliceNameIs(name(object, "slice"));
-    info.genTimeIs(time(object, "genTime"));
+    info.genTimeIs(generation(object, "genTime"));
     for (auto const& interface : object.array("interfaces")) {
       if (!interface.is_string()) object.refuse("interfaces", "holds what is not a string");
       info.intfIdIs(intfIdOf(interface.get<std::string>()), true);
@@ -253,102 +234,6 @@ void apply(ChipHwData const& data, ChipHwConfig& chip) {
     chip.portConfigIs(number, Vunda::makeNode<PortHwConfig>(String(std::string_view(interface))));
   }
   chip.deviceIdIs(data.deviceId);
-}
-
-std::string jsonOf(SliceHwConfig const& config) {
-  auto chips = ordered_json::object();
-  for (auto at = config.chipConfig().iterator(); at; ++at) {
-    ordered_json chip;
-    chip["deviceId"] = at.value()->deviceId();
-    chip["ports"] = jsonOfPorts(*at.value());
-    chips[std::string(at.key().view())] = std::move(chip);
-  }
-  ordered_json json;
-  json["genTime"] = config.genTime().seconds();
-  json["chips"] = std::move(chips);
-  return line(json);
-}
-
-std::string jsonOf(SliceHwStatus const& status) {
-  ordered_json json;
-  json["genTime"] = status.genTime().seconds();
-  return line(json);
-}
-
-std::string jsonOf(ChipConfig const& config) {
-  ordered_json json;
-  json["deviceId"] = config.deviceId().value();
-  json["enabled"] = config.enabled();
-  json["genTime"] = config.genTime().seconds();
-  json["syncGenTime"] = config.syncGenTime().seconds();
-  return line(json);
-}
-
-std::string jsonOf(ChipStatus const& status) {
-  std::vector<std::pair<Lanko::IntfId, PortId>> ports;
-  for (auto at = status.intfToPortId().iterator(); at; ++at)
-    ports.emplace_back(at.key(), at.value());
-  std::string json = jsonOfInterfaces(ports);
-  ordered_json const genTime = status.genTime().seconds();
-  return json.insert(1, "\"genTime\":" + genTime.dump() + ',');
-}
-
-std::string jsonOf(ResetEntry const& entry) {
-  auto const& key = entry.key();
-  ordered_json json;
-  json["type"] = stringValue(key.resetType()).view();
-  if (!key.sliceName().empty()) json["slice"] = key.sliceName().view();
-  if (!key.chipName().empty()) json["chip"] = key.chipName().view();
-  json["cause"] = entry.resetCause().view();
-  json["reason"] = static_cast<std::uint32_t>(entry.resetReason());
-  json["genTime"] = entry.genTime().seconds();
-  return line(json);
-}
-
-std::string jsonOf(ChipInfo const& info) {
-  auto interfaces = ordered_json::array();
-  for (auto at = info.intfId().iterator(); at; ++at)
-    if (at.key().valid()) interfaces.push_back(at.key().name().view());
-  ordered_json json;
-  json["deviceId"] = info.deviceId().value();
-  json["name"] = info.name().view();
-  json["slice"] = info.sliceName().view();
-  json["genTime"] = info.genTime().seconds();
-  json["interfaces"] = std::move(interfaces);
-  return line(json);
-}
-
-std::string jsonOf(ChipCollection const& chips) {
-  auto ids = ordered_json::array();
-  for (auto at = chips.chip().iterator(); at; ++at)
-    if (at.value()) ids.push_back(at.key().value());
-  ordered_json json;
-  json["chips"] = std::move(ids);
-  return line(json);
-}
-
-std::string jsonOfFeature(bool enabled) {
-  ordered_json json;
-  json["enabled"] = enabled;
-  return line(json);
-}
-
-std::string jsonOfLauncherEntry(Duration restart) {
-  auto json = ordered_json::object();
-  if (restart) json["restart"] = restart.seconds();
-  return line(json);
-}
-
-// Written by hand: a member per interface in an ordered object would be looked up one by one.
-std::string jsonOfInterfaces(std::vector<std::pair<Lanko::IntfId, PortId>> const& ports) {
-  std::string json = "{\"intfToPortId\":{";
-  for (auto const& [interface, port] : ports) {
-    if (json.back() != '{') json += ',';
-    ordered_json const name = interface.name().view();
-    json += name.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-    json += ':' + std::to_string(port);
-  }
-  return json + "}}\n";
 }
 
 }  // namespace Oru::Mount::Codec

@@ -23,7 +23,7 @@
 //   T dataOf<...>(text)    the whole text, checked: raises JsonError, with place and reason, for
 //                          whatever is not exactly as it must be, and never hands out a part
 //   apply(data, entity)    makes an entity equal to the data, member by member, in place
-//   jsonOf(entity)         the text; dataOf() of it is equal to the entity
+//   jsonOf(entity)         the text; dataOf() of it is equal to the entity (CodecWriting.cpp)
 namespace Oru::Mount::Codec {
 
 struct ChipHwData {

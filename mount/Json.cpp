@@ -99,10 +99,17 @@ std::int64_t JsonObject::integer(char const* field, std::int64_t low, std::int64
 }
 
 double JsonObject::seconds(char const* field) {
+  return seconds(field, latestTime, "is not a number of seconds from 0 to 253402300799");
+}
+
+double JsonObject::generation(char const* field) {
+  return seconds(field, latestGeneration, "is not a number of seconds from 0 to 1000000000000");
+}
+
+double JsonObject::seconds(char const* field, double latest, char const* range) {
   json const& found = value(field);
   double const number = found.is_number() ? found.get<double>() : -1.0;
-  if (!(number >= 0.0 && number <= latestTime))
-    refuse(field, "is not a number of seconds from 0 to 253402300799");
+  if (!(number >= 0.0 && number <= latest)) refuse(field, range);
   return number;
 }
 

@@ -14,8 +14,10 @@ namespace Oru::Mount {
 // deeper than 32, or gives a field of an object twice.
 nlohmann::json parsedJson(std::string_view text);
 
-// The end of the year 9999, in seconds since the epoch: no point in time in the tree is later.
+// The end of the year 9999, in seconds since the epoch: no point in time that others give is later.
 inline constexpr double latestTime = 253402300799.0;
+// No generation is later: those that are made from such points in time are above them.
+inline constexpr double latestGeneration = 1e12;
 
 // Reads the fields of a JSON object strictly: each accessor raises JsonError for a field that is
 // missing or of the wrong type or range, and finish() for a field that was not asked for. Refers to
@@ -32,6 +34,8 @@ class JsonObject {
   std::int64_t integer(char const* field, std::int64_t low, std::int64_t high);
   // A point in time: a number of seconds from 0 to latestTime.
   double seconds(char const* field);
+  // The same to latestGeneration: a generation that a hosting agent made, or that repeats one.
+  double generation(char const* field);
   nlohmann::json const& array(char const* field);
   nlohmann::json const& value(char const* field);
   JsonObject object(char const* field);
@@ -46,6 +50,8 @@ class JsonObject {
   void finish() const;
 
  private:
+  double seconds(char const* field, double latest, char const* range);
+
   nlohmann::json const& value_;
   std::string place_;
   std::vector<std::string> asked_;
