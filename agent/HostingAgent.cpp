@@ -1,6 +1,7 @@
 #include "agent/HostingAgent.h"
 
 #include <csignal>
+#include <system_error>
 
 #include "agent/Counted.h"
 #include "agent/Leftovers.h"
@@ -8,12 +9,13 @@
 
 namespace Oru::Agent {
 
-HostingAgent::HostingAgent(Options const& options, Log const& log)
+HostingAgent::HostingAgent(Options const& options, Mount::Log const& log)
     : options_(options),
       log_(log),
+      lockRetry_(loop_, [this] { holdLock(); }),
       backend_(loop_, options.tree),
       queue_(loop_, backend_, problems_, &Mount::StateMount::writeRank),
-      problemFile_(problems_, queue_, "oru-agent",
+      problemFile_(problems_, backend_, queue_, "oru-agent",
                    [this](auto const& problem, bool present) { logProblem(problem, present); }) {}
 
 HostingAgent::~HostingAgent() { stop(); }
@@ -31,23 +33,49 @@ int HostingAgent::run() {
   start();
   int const code = loop_.run();
   Mount::notifyServiceManager("STOPPING=1");
+  if (code != exitLocked) queue_.flush();
   stop();
   return code;
 }
 
 std::optional<int> HostingAgent::prepareTree() {
   std::error_code error = backend_.tree().makeRoot();
-  if (!error) error = lock_.take(options_.tree);
-  if (!error) return std::nullopt;
-  if (error == std::errc::resource_unavailable_try_again) {
-    log_.error("another oru-agent works on " + options_.tree);
-    return exitLocked;
-  }
+  if (!error) try {
+      lock_.emplace(options_.tree, "oru-agent");
+      return std::nullopt;
+    } catch (Mount::LockedError const& other) {
+      tellOtherAgent(other);
+      return exitLocked;
+    } catch (std::system_error const& failure) {
+      error = failure.code();
+    }
   log_.error("cannot use " + options_.tree + ": " + error.message());
   return exitTree;
 }
 
+void HostingAgent::tellOtherAgent(Mount::LockedError const& error) const {
+  log_.error("another oru-agent works on " + options_.tree + ": " + error.what());
+}
+
+void HostingAgent::holdLock() {
+  using Activity = Mount::ProblemList::Activity;
+  std::string const file = ".oru-agent.lock";
+  try {
+    lock_->renew();
+    problems_.clear(Activity::write, file);
+    lockRetry_.settled();
+  } catch (Mount::LockedError const& error) {
+    tellOtherAgent(error);
+    loop_.exit(exitLocked);
+  } catch (std::system_error const& error) {
+    problems_.report(Activity::write, file, {}, error.code().message());
+    lockRetry_.later();
+  }
+}
+
 void HostingAgent::start() {
+  rootWatch_ = backend_.watch({"problems"}, *this);
+  problemFile_.start();
   mount_.emplace(loop_, backend_, problems_, queue_);
   mount_->read();
   mount_->follow();
@@ -69,7 +97,6 @@ void HostingAgent::start() {
 
 void HostingAgent::stop() {
   if (!root_) return;
-  queue_.flush();
   helper_->detach();
   mount_.reset();
   root_ = nullptr;

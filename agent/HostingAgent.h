@@ -3,17 +3,19 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "agent/Log.h"
 #include "agent/Options.h"
 #include "agent/PlatformHelper.h"
-#include "agent/TreeLock.h"
 #include "central/CentralSm.h"
 #include "mount/EventLoop.h"
 #include "mount/FileBackend.h"
+#include "mount/Log.h"
 #include "mount/ProblemFile.h"
 #include "mount/ProblemList.h"
+#include "mount/Retry.h"
 #include "mount/StateMount.h"
+#include "mount/TreeLock.h"
 #include "mount/WriteQueue.h"
 
 namespace Oru::Agent {
@@ -25,9 +27,12 @@ namespace Oru::Agent {
 // what they changed, tell the service manager. Stop: write what is pending, end the mount, and only
 // then release the machines: what they undo while they go reaches nobody, so agents and tree stay
 // as they are.
-class HostingAgent {
+//
+// Another folder at the tree's place is locked as well; when another oru-agent works on that, this
+// one ends and writes nothing there.
+class HostingAgent final : Mount::Backend::Observer {
  public:
-  HostingAgent(Options const& options, Log const& log);
+  HostingAgent(Options const& options, Mount::Log const& log);
   ~HostingAgent();
   HostingAgent(HostingAgent const&) = delete;
   HostingAgent& operator=(HostingAgent const&) = delete;
@@ -36,7 +41,16 @@ class HostingAgent {
   int run();
 
  private:
+  // The word of the root comes with the watch of any directory.
+  void changed(std::vector<Mount::Backend::Change> const&) override {}
+  void rootLost(std::string const&) override {}
+  void rootBack() override { holdLock(); }
+  void watchLost(Mount::TreePath const&, std::string const&) override {}
+  void watchBack(Mount::TreePath const&) override {}
+
   std::optional<int> prepareTree();
+  void tellOtherAgent(Mount::LockedError const& error) const;
+  void holdLock();
   void start();
   void stop();
   void statusChanged();
@@ -44,10 +58,12 @@ class HostingAgent {
   void logProblem(Mount::ProblemList::Problem const& problem, bool present) const;
 
   Options const options_;
-  Log const& log_;
+  Mount::Log const& log_;
   Mount::EventLoop loop_;
-  TreeLock lock_;
+  std::optional<Mount::TreeLock> lock_;
+  Mount::Retry lockRetry_;
   Mount::FileBackend backend_;
+  std::unique_ptr<Mount::Backend::Watch> rootWatch_;
   Mount::ProblemList problems_;
   Mount::WriteQueue queue_;
   Mount::ProblemFile problemFile_;

@@ -17,7 +17,7 @@ namespace {
 
 // Removes the members of `dir` that nobody wants.
 template <class Wanted>
-void keepWanted(Dir& dir, char const* what, Log const& log, Wanted wanted) {
+void keepWanted(Dir& dir, char const* what, Mount::Log const& log, Wanted wanted) {
   for (auto at = dir.entityPtrIterator(); at; ++at) {
     String const name = at.name();
     if (wanted(treeName(name))) continue;
@@ -52,7 +52,7 @@ bool aConfigurationIsLost(Mount::StateMount const& mount, String const& slice,
 
 }  // namespace
 
-void removeLeftovers(Mount::StateMount& mount, Log const& log) {
+void removeLeftovers(Mount::StateMount& mount, Mount::Log const& log) {
   auto const isConfigured = [&](std::string const& slice) {
     return mount.hwConfig().stands(slice);
   };
@@ -70,7 +70,7 @@ void removeLeftovers(Mount::StateMount& mount, Log const& log) {
              [&](std::string const& feature) { return mount.features().stands(feature); });
 }
 
-void takeOverAnewWhatIsLost(Mount::StateMount& mount, Log const& log) {
+void takeOverAnewWhatIsLost(Mount::StateMount& mount, Mount::Log const& log) {
   forEachSlice(mount, [&](String const& slice, SliceHwConfig const& config) {
     auto const status = Vunda::ptrCast<SliceHwStatus>(mount.hwStatusDir()->entityPtr(slice));
     if (!status || !status->genTime() || !aConfigurationIsLost(mount, slice, config)) return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agent/Log.h"
+#include "mount/Log.h"
 #include "mount/StateMount.h"
 
 namespace Oru::Agent {
@@ -18,10 +18,10 @@ namespace Oru::Agent {
 //
 // To be called after the mount has read the tree and follows the entities, and again whenever
 // something goes that no machine may have known.
-void removeLeftovers(Mount::StateMount& mount, Log const& log);
+void removeLeftovers(Mount::StateMount& mount, Mount::Log const& log);
 
 // Lets a slice be detected again of which a chip's configuration is lost, although the slice was
 // taken over. To be called before the machines are made.
-void takeOverAnewWhatIsLost(Mount::StateMount& mount, Log const& log);
+void takeOverAnewWhatIsLost(Mount::StateMount& mount, Mount::Log const& log);
 
 }  // namespace Oru::Agent

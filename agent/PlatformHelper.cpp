@@ -22,7 +22,7 @@ std::string chipText(ChipInfo const& info) {
 
 }  // namespace
 
-PlatformHelper::PlatformHelper(String const& name, Log const& log, Mount::StateMount& mount,
+PlatformHelper::PlatformHelper(String const& name, Mount::Log const& log, Mount::StateMount& mount,
                                std::function<void()> changed)
     : Typed(name),
       log_(log),

@@ -4,8 +4,8 @@
 #include <map>
 #include <string>
 
-#include "agent/Log.h"
 #include "helper/CentralHelper.h"
+#include "mount/Log.h"
 #include "mount/StateMount.h"
 
 namespace Oru::Agent {
@@ -18,7 +18,7 @@ class PlatformHelper : public Kesh::Typed<PlatformHelper, OruHelper::CentralHelp
   static constexpr char const* typeName = "Oru::Agent::PlatformHelper";
 
   // `changed` is called when chips or slices come or go. `log` and `mount` must outlive detach().
-  PlatformHelper(Vunda::String const& name, Log const& log, Mount::StateMount& mount,
+  PlatformHelper(Vunda::String const& name, Mount::Log const& log, Mount::StateMount& mount,
                  std::function<void()> changed);
 
   // From now on nothing that is called touches the mount or is logged.
@@ -34,7 +34,7 @@ class PlatformHelper : public Kesh::Typed<PlatformHelper, OruHelper::CentralHelp
       Vunda::String const& chipName, Vunda::Ptr<Kesh::Dir> const& sliceConfigDir) override;
 
  private:
-  Log const& log_;
+  Mount::Log const& log_;
   Mount::StateMount* mount_;
   std::function<void()> const changed_;
   std::map<std::string, Vunda::Duration> detected_;

@@ -4,17 +4,17 @@
 #include <system_error>
 
 #include "agent/HostingAgent.h"
-#include "agent/Log.h"
 #include "agent/Options.h"
 #include "agent/TreeCheck.h"
 #include "central/DefaultTraceHandle.h"
+#include "mount/Log.h"
 #include "runtime/ringlog/Handle.h"
 
 namespace {
 
 using namespace Oru::Agent;
 
-int supervise(Options const& options, Log const& log) {
+int supervise(Options const& options, Oru::Mount::Log const& log) {
   Oru::Central::_defaultTraceHandle().levelsAre(options.traceLevels);
   if (!options.ringlog.empty()) try {
       Ringlog::defaultRinglogHandleIs(
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
   int code = exitOk;
   auto const options = optionsOf(argc, argv, code);
   if (!options) return code;
-  Log const log;
+  Oru::Mount::Log const log("oru-agent");
   // A log that nobody reads any more is no reason to stop supervising.
   std::signal(SIGPIPE, SIG_IGN);
   try {

@@ -1,33 +1,23 @@
 #include "launcher/Launcher.h"
 
 #include <csignal>
+#include <system_error>
 #include <utility>
 
 #include "launcher/AgentMark.h"
-#include "launcher/Log.h"
 
 namespace Oru::Launcher {
 
-namespace {
-
-std::string lockFile(std::string const& tree) { return tree + "/.oru-launcher.lock"; }
-
-void logProblem(Mount::ProblemList::Problem const& problem, bool present) {
-  if (present)
-    log(Priority::warning, textOf(problem));
-  else
-    log(Priority::notice, "no longer: " + textOf(problem));
-}
-
-}  // namespace
-
-Launcher::Launcher(Mount::EventLoop& loop, Options options, LauncherConfig config)
+Launcher::Launcher(Mount::EventLoop& loop, Mount::Log const& log, Options options,
+                   LauncherConfig config)
     : loop_(loop),
+      log_(log),
       options_(std::move(options)),
-      lock_(std::in_place, lockFile(options_.tree)),
+      lock_(options_.tree, "oru-launcher"),
       backend_(loop_, options_.tree),
       queue_(loop_, backend_, problems_),
-      problemFile_(problems_, queue_, "oru-launcher", logProblem),
+      problemFile_(problems_, backend_, queue_, "oru-launcher",
+                   [this](auto const& problem, bool present) { logProblem(problem, present); }),
       clock_(loop_),
       processes_(loop_, options_.tree),
       commands_(std::move(config), options_.tree, options_.logDirectory),
@@ -37,6 +27,7 @@ Launcher::Launcher(Mount::EventLoop& loop, Options options, LauncherConfig confi
 
 void Launcher::start() {
   watchSignals();
+  problemFile_.start();
   takeUpAgents();
   entries_.emplace(backend_, problems_, clock_, table_);
   entries_->start();
@@ -64,7 +55,7 @@ void Launcher::watchSignals() {
 }
 
 void Launcher::handleChange(AgentId const& id, std::string const& event) {
-  if (!event.empty()) log(Priority::info, toString(id) + ' ' + event);
+  if (!event.empty()) log_.info(toString(id) + ' ' + event);
   statusFiles_.tell(id);
   if (statusLine_) return;
   statusLine_ = loop_.endOfTurn([this] {
@@ -76,15 +67,13 @@ void Launcher::handleChange(AgentId const& id, std::string const& event) {
 
 // Somebody may have put another folder in the tree's place.
 void Launcher::holdLock() {
-  if (lock_ && lock_->isOn(lockFile(options_.tree))) return;
-  lock_.reset();
   try {
-    lock_.emplace(lockFile(options_.tree));
-  } catch (LockedError const& error) {
-    log(Priority::error, std::string("another launcher serves the tree: ") + error.what());
+    lock_.renew();
+  } catch (Mount::LockedError const& error) {
+    log_.error(std::string("another launcher serves the tree: ") + error.what());
     loop_.exit(locked);
   } catch (std::system_error const& error) {
-    log(Priority::warning, std::string("goes on without its lock: ") + error.what());
+    log_.warning(std::string("goes on without its lock: ") + error.what());
   }
 }
 
@@ -111,10 +100,10 @@ void Launcher::reload() {
   try {
     commands_.configIs(LauncherConfig::load(options_.configFile));
   } catch (ConfigError const& error) {
-    log(Priority::error, std::string("the configuration stays as it was: ") + error.what());
+    log_.error(std::string("the configuration stays as it was: ") + error.what());
     return;
   }
-  log(Priority::notice, options_.configFile + " holds for what is started from now on");
+  log_.notice(options_.configFile + " holds for what is started from now on");
   table_.retry();
 }
 
@@ -127,6 +116,13 @@ void Launcher::tellServiceManager() {
     if (count > 0) text += ", " + std::to_string(count) + word;
   }
   Mount::notifyServiceManager(text.c_str());
+}
+
+void Launcher::logProblem(Mount::ProblemList::Problem const& problem, bool present) const {
+  if (present)
+    log_.warning(textOf(problem));
+  else
+    log_.notice("settled: " + textOf(problem));
 }
 
 }  // namespace Oru::Launcher

@@ -6,7 +6,6 @@
 
 #include "launcher/ConfiguredCommands.h"
 #include "launcher/EntryWatch.h"
-#include "launcher/InstanceLock.h"
 #include "launcher/LauncherConfig.h"
 #include "launcher/LoopClock.h"
 #include "launcher/ProcessTable.h"
@@ -14,8 +13,10 @@
 #include "launcher/SystemProcesses.h"
 #include "mount/EventLoop.h"
 #include "mount/FileBackend.h"
+#include "mount/Log.h"
 #include "mount/ProblemFile.h"
 #include "mount/ProblemList.h"
+#include "mount/TreeLock.h"
 #include "mount/WriteQueue.h"
 
 namespace Oru::Launcher {
@@ -34,8 +35,9 @@ class Launcher {
     bool stopAgents = false;   // at the end; otherwise they go on, for the next launcher to take up
   };
 
-  // Raises LockedError when another launcher serves the tree.
-  Launcher(Mount::EventLoop& loop, Options options, LauncherConfig config);
+  // Raises Mount::LockedError when another launcher serves the tree. `loop` and `log` must outlive
+  // the launcher.
+  Launcher(Mount::EventLoop& loop, Mount::Log const& log, Options options, LauncherConfig config);
 
   // Takes up what an earlier launcher has left, starts what has entries and tells the service
   // manager that it is ready. Everything else comes from the loop, which ends with an ExitCode.
@@ -50,10 +52,12 @@ class Launcher {
   void endIfNothingRuns();
   void reload();
   void tellServiceManager();
+  void logProblem(Mount::ProblemList::Problem const& problem, bool present) const;
 
   Mount::EventLoop& loop_;
+  Mount::Log const& log_;
   Options const options_;
-  std::optional<InstanceLock> lock_;
+  Mount::TreeLock lock_;
   Mount::FileBackend backend_;
   Mount::ProblemList problems_;
   Mount::WriteQueue queue_;

@@ -9,9 +9,10 @@
 
 #include "launcher/Launcher.h"
 #include "launcher/LauncherConfig.h"
-#include "launcher/Log.h"
 #include "mount/EventLoop.h"
 #include "mount/FileTree.h"
+#include "mount/Log.h"
+#include "mount/TreeLock.h"
 
 namespace {
 
@@ -67,7 +68,7 @@ void declare(CLI::App& app, CommandLine& given) {
   app.set_version_flag("--version", "oru-launcher " ORU_CENTRAL_VERSION);
 }
 
-int run(CommandLine given) {
+int run(CommandLine given, Oru::Mount::Log const& log) {
   LauncherConfig config = LauncherConfig::load(given.options.configFile);
   if (given.checkConfig) {
     std::printf("%s: ok\n", given.options.configFile.c_str());
@@ -79,7 +80,7 @@ int run(CommandLine given) {
   given.options.tree = std::filesystem::canonical(given.options.tree);
 
   Oru::Mount::EventLoop loop;
-  Launcher launcher(loop, std::move(given.options), std::move(config));
+  Launcher launcher(loop, log, std::move(given.options), std::move(config));
   launcher.start();
   return loop.run();
 }
@@ -95,16 +96,17 @@ int main(int argc, char** argv) {
   } catch (CLI::ParseError const& error) {
     return app.exit(error) == 0 ? ended : usage;
   }
+  Oru::Mount::Log const log("oru-launcher");
   try {
-    return run(std::move(given));
+    return run(std::move(given), log);
   } catch (ConfigError const& error) {
-    log(Priority::error, error.what());
+    log.error(error.what());
     return badConfig;
-  } catch (LockedError const& error) {
-    log(Priority::error, std::string("another launcher serves the tree: ") + error.what());
+  } catch (Oru::Mount::LockedError const& error) {
+    log.error(std::string("another launcher serves the tree: ") + error.what());
     return locked;
   } catch (std::exception const& error) {
-    log(Priority::error, error.what());
+    log.error(error.what());
     return failed;
   }
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "mount/ProblemFile.h"
 #include "tests/mount/LoopTurns.h"
 #include "tests/mount/MemoryBackend.h"
 
@@ -73,39 +72,6 @@ TEST_F(WriteQueueTest, AHigherRankWaitsForWhatFailedBelowIt) {
   backend.writesFailAt({"elsewhere"});
   EXPECT_TRUE(queue.flush());
   EXPECT_EQ((Writes{"put first/a", "put last/a"}), backend.takeWrites());
-}
-
-TEST_F(WriteQueueTest, AWishMadeByWhoeverHearsOfAProblemIsNotLost) {
-  ProblemFile const file(problems, queue, "test", [](auto const&, bool) {});
-  backend.writesFailWith(EROFS);
-  queue.put({"a"}, "1");
-  EXPECT_FALSE(queue.flush());
-  backend.writesFailWith(0);
-  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return queue.empty(); }));
-  EXPECT_EQ("{\n  \"problems\": []\n}\n", *backend.text({"problems", "test"}));
-}
-
-TEST_F(WriteQueueTest, AProblemFileReplacesThatOfAnEarlierRunAndFollowsTheList) {
-  backend.othersPut({"problems", "test"}, "old");
-  Writes log;
-  ProblemFile const file(problems, queue, "test", [&](auto const& problem, bool present) {
-    log.push_back((present ? "+" : "-") + textOf(problem));
-  });
-  settle(loop);
-  EXPECT_EQ("{\n  \"problems\": []\n}\n", *backend.text({"problems", "test"}));
-  problems.report(ProblemList::Activity::read, "a.json", "b.c", "is missing");
-  problems.report(ProblemList::Activity::read, "a.json", "b.c", "is missing");
-  settle(loop);
-  auto const text = *backend.text({"problems", "test"});
-  EXPECT_NE(std::string::npos, text.find("\"file\": \"a.json\"")) << text;
-  EXPECT_NE(std::string::npos, text.find("\"place\": \"b.c\"")) << text;
-  EXPECT_NE(std::string::npos, text.find("\"activity\": \"read\"")) << text;
-  problems.clear(ProblemList::Activity::read, "a.json");
-  problems.clear(ProblemList::Activity::read, "a.json");
-  settle(loop);
-  EXPECT_EQ("{\n  \"problems\": []\n}\n", *backend.text({"problems", "test"}));
-  EXPECT_EQ((Writes{"+cannot read a.json: b.c is missing", "-cannot read a.json: b.c is missing"}),
-            log);
 }
 
 }  // namespace

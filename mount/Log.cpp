@@ -1,4 +1,4 @@
-#include "agent/Log.h"
+#include "mount/Log.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <string>
+#include <utility>
 
-namespace Oru::Agent {
+namespace Oru::Mount {
 
 namespace {
 
@@ -36,29 +36,32 @@ std::string timeText() {
 }
 
 char const* wordOf(Log::Priority priority) {
-  switch (priority) {
-    case Log::Priority::error:
-      return "error: ";
-    case Log::Priority::warning:
-      return "warning: ";
-    case Log::Priority::info:
-      return "";
+  if (priority == Log::Priority::error) return "error: ";
+  return priority == Log::Priority::warning ? "warning: " : "";
+}
+
+void appendPrintable(std::string& line, std::string_view text) {
+  static constexpr std::string_view digits = "0123456789abcdef";
+  for (char const c : text) {
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte >= ' ' && byte != 0x7f)
+      line += c;
+    else
+      line += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
   }
-  return "";
 }
 
 }  // namespace
 
-Log::Log() : toJournal_(leadsToJournal()) {}
+Log::Log(std::string program) : program_(std::move(program)), toJournal_(leadsToJournal()) {}
 
 void Log::operator()(Priority priority, std::string_view text) const {
-  std::string line;
-  if (toJournal_)
-    line = '<' + std::to_string(static_cast<int>(priority)) + '>';
-  else
-    line = timeText() + " oru-agent: " + wordOf(priority);
-  line.append(text).append("\n");
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::string line = toJournal_ ? '<' + std::to_string(static_cast<int>(priority)) + '>'
+                                : timeText() + ' ' + program_ + ": " + wordOf(priority);
+  appendPrintable(line, text);
+  line += '\n';
+  // One call, so that lines of several programs do not mix. There is nowhere to report a failure.
+  static_cast<void>(::write(STDERR_FILENO, line.data(), line.size()) < 0);
 }
 
-}  // namespace Oru::Agent
+}  // namespace Oru::Mount

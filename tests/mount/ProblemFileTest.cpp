@@ -1,0 +1,77 @@
+#include "mount/ProblemFile.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/mount/LoopTurns.h"
+#include "tests/mount/MemoryBackend.h"
+
+namespace {
+
+using namespace Oru::Mount;
+using Activity = ProblemList::Activity;
+
+class ProblemFileTest : public testing::Test {
+ protected:
+  std::string text() const {
+    auto const* const found = backend.text({"problems", "test"});
+    return found ? *found : "none";
+  }
+
+  std::string const noProblems = "{\n  \"problems\": []\n}\n";
+  EventLoop loop;
+  OruTest::MemoryBackend backend{loop};
+  ProblemList problems;
+  WriteQueue queue{loop, backend, problems};
+  std::vector<std::string> log;
+  ProblemFile file{problems, backend, queue, "test", [this](auto const& problem, bool present) {
+                     log.push_back((present ? "+" : "-") + textOf(problem));
+                   }};
+};
+
+TEST_F(ProblemFileTest, ReplacesThatOfAnEarlierRunAndFollowsTheList) {
+  backend.othersPut({"problems", "test"}, "old");
+  file.start();
+  OruTest::settle(loop);
+  EXPECT_EQ(noProblems, text());
+  problems.report(Activity::read, "a.json", "b.c", "is missing");
+  problems.report(Activity::read, "a.json", "b.c", "is missing");
+  OruTest::settle(loop);
+  EXPECT_NE(std::string::npos, text().find("\"file\": \"a.json\"")) << text();
+  EXPECT_NE(std::string::npos, text().find("\"place\": \"b.c\"")) << text();
+  EXPECT_NE(std::string::npos, text().find("\"activity\": \"read\"")) << text();
+  problems.clear(Activity::read, "a.json");
+  problems.clear(Activity::read, "a.json");
+  OruTest::settle(loop);
+  EXPECT_EQ(noProblems, text());
+  EXPECT_EQ((std::vector<std::string>{"+cannot read a.json: b.c is missing",
+                                      "-cannot read a.json: b.c is missing"}),
+            log);
+}
+
+TEST_F(ProblemFileTest, AProblemWithItsOwnWritingIsSettledByWriting) {
+  file.start();
+  backend.writesFailWith(EROFS);
+  queue.put({"a"}, "1");
+  EXPECT_FALSE(queue.flush());
+  backend.writesFailWith(0);
+  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return queue.empty(); }));
+  EXPECT_EQ(noProblems, text());
+}
+
+TEST_F(ProblemFileTest, WhatOthersChangeOrRemoveIsPutRightAndNothingElseIsWritten) {
+  file.start();
+  OruTest::settle(loop);
+  backend.othersRemove({"problems", "test"});
+  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return text() == noProblems; }));
+  backend.othersPut({"problems", "test"}, "other");
+  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return text() == noProblems; }));
+  backend.othersRemoveDirectory({"problems"});
+  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return text() == noProblems; }));
+  backend.takeWrites();
+  backend.othersPut({"problems", "elsewhere"}, "other");
+  backend.othersPut({"problems", "test"}, noProblems);
+  OruTest::settle(loop);
+  EXPECT_EQ(std::vector<std::string>{}, backend.takeWrites());
+}
+
+}  // namespace
