@@ -35,6 +35,14 @@ void OutputMount::valueUnreadable(TreePath const& value) { writer().found(value,
 
 void OutputMount::valueGone(TreePath const& value) { writer().found(value, std::nullopt); }
 
+std::vector<TreePath> OutputMount::ownValues(TreePath const& directory) const {
+  return writer().valuesIn(directory);
+}
+
+std::vector<TreePath> OutputMount::ownDirectories(TreePath const& directory) const {
+  return writer().directoriesIn(directory);
+}
+
 void OutputMount::baseMissing() {
   context_.queue.makeDirectory(base_);
   writer().directoryMissing(base_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "mount/MountContext.h"
 #include "mount/TreeReader.h"
@@ -35,6 +36,8 @@ class OutputMount : protected TreeReader::Consumer {
   void valueUnreadable(TreePath const& value) override;
   void valueGone(TreePath const& value) override;
   void baseMissing() override;
+  std::vector<TreePath> ownValues(TreePath const& directory) const override;
+  std::vector<TreePath> ownDirectories(TreePath const& directory) const override;
 
   MountContext const context_;
   TreePath const base_;

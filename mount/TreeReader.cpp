@@ -154,6 +154,10 @@ void TreeReader::syncDirectories(Backend::Listing const& listing) {
     if (!present.contains(directory) && !strays.contains(encodedName(directory.leaf())))
       directoryGone(directory);
   }
+  for (auto const& directory : consumer_.ownDirectories(base_)) {
+    if (!present.contains(directory) && !strays.contains(encodedName(directory.leaf())))
+      consumer_.directoryGone(directory);
+  }
   straysAre(base_, std::move(strays));
   for (auto const& directory : present) syncDirectory(directory);
 }
@@ -180,6 +184,8 @@ void TreeReader::syncValues(TreePath const& directory, Backend::Listing const& l
   straysAre(directory, std::move(strays));
   for (auto const& value : valuesIn(directory))
     if (!present.contains(value)) valueGone(value);
+  for (auto const& value : consumer_.ownValues(directory))
+    if (!present.contains(value)) consumer_.valueGone(value);
   for (auto const& value : present) syncValue(value);
 }
 
@@ -223,10 +229,13 @@ void TreeReader::directoryGone(TreePath const& directory) {
 }
 
 void TreeReader::valueGone(TreePath const& value) {
-  if (!values_.erase(value)) return;
-  failedIs(value, false);
-  problems_.clear(Activity::read, value.valueText());
-  consumer_.valueGone(value);
+  bool const wasKnown = values_.erase(value) > 0;
+  if (wasKnown) {
+    failedIs(value, false);
+    problems_.clear(Activity::read, value.valueText());
+  }
+  auto const own = consumer_.ownValues(value.parent());
+  if (wasKnown || std::ranges::find(own, value) != own.end()) consumer_.valueGone(value);
 }
 
 void TreeReader::straysAre(TreePath const& directory, std::map<std::string, std::string> strays) {

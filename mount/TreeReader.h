@@ -41,6 +41,10 @@ class TreeReader final : Backend::Observer {
     virtual void valueGone(TreePath const& value) = 0;
     // The watched directory itself is not there; it counts as empty.
     virtual void baseMissing() {}
+    // What the consumer has put right into that directory itself, of which no watch tells: it is
+    // told that such a value or directory is gone although it never was that it is there.
+    virtual std::vector<TreePath> ownValues(TreePath const&) const { return {}; }
+    virtual std::vector<TreePath> ownDirectories(TreePath const&) const { return {}; }
 
    protected:
     ~Consumer() = default;

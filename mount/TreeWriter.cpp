@@ -16,8 +16,13 @@ void TreeWriter::valueChanged(TreePath const& value) {
 
 void TreeWriter::valueDel(TreePath const& value) {
   if (!values_.erase(value)) return;
-  standing_.erase(value);
+  forget(value);
   queue_.remove(value);
+}
+
+void TreeWriter::forget(TreePath const& value) {
+  standing_.erase(value);
+  problems_.clear(ProblemList::Activity::read, value.valueText());
 }
 
 void TreeWriter::directoryIs(TreePath const& directory) {
@@ -27,9 +32,26 @@ void TreeWriter::directoryIs(TreePath const& directory) {
 
 void TreeWriter::directoryDel(TreePath const& directory) {
   if (!directories_.erase(directory)) return;
-  std::erase_if(values_, [&](auto const& entry) { return entry.first.isWithin(directory); });
-  std::erase_if(standing_, [&](auto const& entry) { return entry.first.isWithin(directory); });
+  for (auto const& value : valuesIn(directory)) {
+    values_.erase(value);
+    forget(value);
+  }
   queue_.removeDirectory(directory);
+}
+
+std::vector<TreePath> TreeWriter::valuesIn(TreePath const& directory) const {
+  std::vector<TreePath> found;
+  for (auto at = values_.upper_bound(directory);
+       at != values_.end() && at->first.isWithin(directory); ++at)
+    if (at->first.size() == directory.size() + 1) found.push_back(at->first);
+  return found;
+}
+
+std::vector<TreePath> TreeWriter::directoriesIn(TreePath const& directory) const {
+  std::vector<TreePath> found;
+  for (auto const& path : directories_)
+    if (path.size() == directory.size() + 1 && path.isWithin(directory)) found.push_back(path);
+  return found;
 }
 
 bool TreeWriter::found(TreePath const& value, std::optional<std::string> text) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "mount/Backend.h"
 #include "mount/ProblemList.h"
@@ -20,7 +21,7 @@ class TreeWriter {
  public:
   using Encode = std::function<std::string()>;
 
-  // What is written is no problem to read any more: `problems` hears of it.
+  // What is written or removed is no problem to read any more: `problems` hears of it.
   TreeWriter(Backend& backend, WriteQueue& queue, ProblemList& problems)
       : backend_(backend), queue_(queue), problems_(problems) {}
 
@@ -34,6 +35,10 @@ class TreeWriter {
   // The directory is to go, with everything in it.
   void directoryDel(TreePath const& directory);
 
+  // What is to stand right in a directory.
+  std::vector<TreePath> valuesIn(TreePath const& directory) const;
+  std::vector<TreePath> directoriesIn(TreePath const& directory) const;
+
   // What a reader found at a place: a text, or none. What is to stand there and differs is put
   // right. Returns whether something is to stand there.
   bool found(TreePath const& value, std::optional<std::string> text);
@@ -41,6 +46,7 @@ class TreeWriter {
   bool directoryMissing(TreePath const& directory);
 
  private:
+  void forget(TreePath const& value);
   std::error_code write(TreePath const& value);
 
   Backend& backend_;

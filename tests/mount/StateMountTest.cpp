@@ -486,6 +486,44 @@ TEST_F(StateMountTest, WhatOthersDoToItsFilesIsPutRight) {
   EXPECT_EQ(Texts{}, problemTexts());
 }
 
+// Of its own writing no watch has told.
+TEST_F(StateMountTest, WhatItHasWrittenAndNeverReadIsPutBackWhenItGoes) {
+  start();
+  makeConfig("S1", "C1");
+  mount->chipLauncherDir()->createEntity(Dir::typeName, "C1");
+  settle(loop);
+  auto const right = text({"config", "S1", "C1"});
+  othersRemove({"config", "S1", "C1"});
+  othersRemove({"launcher", "chip", "C1"});
+  EXPECT_EQ(right, text({"config", "S1", "C1"}));
+  EXPECT_EQ("{}\n", text({"launcher", "chip", "C1"}));
+  backend.deafIs(true);
+  backend.othersRemove({"launcher", "chip", "C1"});
+  backend.othersRemoveDirectory({"config", "S1"});
+  backend.deafIs(false);
+  backend.tellAll();
+  settle(loop);
+  EXPECT_EQ(right, text({"config", "S1", "C1"}));
+  EXPECT_EQ("{}\n", text({"launcher", "chip", "C1"}));
+}
+
+TEST_F(StateMountTest, AnOwnFileThatIsRefusedIsNoProblemOnceItIsRemoved) {
+  start();
+  auto const launcherDir = mount->chipLauncherDir();
+  launcherDir->createEntity(Dir::typeName, "C1");
+  settle(loop);
+  backend.writesFailWith(EROFS);
+  backend.refuse({"launcher", "chip", "C1"}, "is a pipe");
+  settle(loop);
+  EXPECT_EQ((Texts{"cannot read launcher/chip/C1.json: is a pipe",
+                   "cannot write launcher/chip/C1.json: Read-only file system"}),
+            problemTexts());
+  backend.writesFailWith(0);
+  launcherDir->deleteEntity("C1");
+  settle(loop);
+  EXPECT_EQ(Texts{}, problemTexts());
+}
+
 TEST_F(StateMountTest, AFileAmongItsOwnThatIsNobodysIsAProblem) {
   start();
   others({"config", "S1", "C9"}, "{}");
