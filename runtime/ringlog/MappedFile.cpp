@@ -10,7 +10,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "runtime/ringlog/Layout.h"
+
 namespace Ringlog {
+
+namespace {
+
+// A page of a shared mapping that was read in and never written still faults at its first write.
+void writeEachPage(std::byte volatile* at, std::uint64_t bytes) noexcept {
+  for (std::uint64_t offset = 0; offset < bytes; offset += Layout::pageBytes)
+    at[offset] = at[offset];
+}
+
+}  // namespace
 
 MappedFile::MappedFile(std::string path, std::uint64_t fileBytes, std::uint64_t addressBytes)
     : path_(std::move(path)),
@@ -50,6 +62,7 @@ std::byte* MappedFile::map(std::uint64_t addressOffset, std::uint64_t fileOffset
   void* const at = mmap(addresses_ + addressOffset, bytes, PROT_READ | PROT_WRITE,
                         MAP_SHARED | MAP_FIXED | MAP_POPULATE, fd_, static_cast<off_t>(fileOffset));
   if (at == MAP_FAILED) fail("cannot map");
+  writeEachPage(static_cast<std::byte*>(at), bytes);
   return static_cast<std::byte*>(at);
 }
 
@@ -62,7 +75,7 @@ void MappedFile::publish() {
   temporaryPath_.clear();
 }
 
-void MappedFile::sync() noexcept { fdatasync(fd_); }
+void MappedFile::sync() const noexcept { fdatasync(fd_); }
 
 void MappedFile::fail(char const* step) const {
   throw std::system_error(errno, std::generic_category(), "trace file \"" + path_ + "\": " + step);
@@ -70,8 +83,8 @@ void MappedFile::fail(char const* step) const {
 
 void MappedFile::release() noexcept {
   if (addresses_ != nullptr) {
-    mmap(addresses_, addressBytes_, PROT_NONE,
-         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0);
+    static_cast<void>(mmap(addresses_, addressBytes_, PROT_NONE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0));
   }
   if (fd_ >= 0) close(fd_);
   if (!temporaryPath_.empty()) unlink(temporaryPath_.c_str());

@@ -22,8 +22,8 @@ class MappedFile {
   MappedFile(MappedFile const&) = delete;
   MappedFile& operator=(MappedFile const&) = delete;
 
-  // Maps bytes of the file, read ahead, at an offset of the reserved addresses. The same bytes may
-  // be mapped twice.
+  // Maps bytes of the file at an offset of the reserved addresses, ready to be written without a
+  // page fault. The same bytes may be mapped twice.
   std::byte* map(std::uint64_t addressOffset, std::uint64_t fileOffset, std::uint64_t bytes);
 
   // Gives the file its name. A file that has the name already keeps its content under the name path
@@ -31,7 +31,7 @@ class MappedFile {
   void publish();
 
   // Waits until what was written is on the disk.
-  void sync() noexcept;
+  void sync() const noexcept;
 
   std::string const& path() const noexcept { return path_; }
 

@@ -22,8 +22,10 @@ struct TraceFileSizes {
 
 // A memory-mapped trace file: one ring of records per level, and the description of every message,
 // so that a reader needs nothing else. The process's memory is the file: what was written is there
-// after the process has crashed or was killed. Pages are allocated and read in when the file is
-// made; writing a record never waits for the disk.
+// after the process has crashed or was killed. Pages are allocated, read in and written once when
+// the file is made, so that a record finds them there. (In a file system on a disk the first record
+// on a page that the kernel has written back meanwhile is noticed anew, and may wait: a trace that
+// never may lies in memory, below /run.)
 //
 // The file is made anew; a file of that name keeps its content as `path`.previous. Raises
 // std::system_error, which names the file and the step that failed.
