@@ -124,6 +124,19 @@ TEST(ChipHwConfig, RefusesANullPortAndStaysAsItWas) {
   EXPECT_TRUE(chip->portConfig().empty());
 }
 
+TEST(ChipHwConfig, ACallbackMayDropTheInsertedPort) {
+  auto const chip = makeNode<ChipHwConfig>("Chip1");
+  Ptr<PortHwConfig> port = makeNode<PortHwConfig>("Ethernet1");
+  CallbackSlot const dropper(*chip, [&](auto const&) { port = nullptr; });
+  std::vector<String> later;
+  CallbackSlot const reader(*chip, [&](auto const& change) {
+    auto const& announced = *static_cast<Ptr<PortHwConfig> const*>(change.value);
+    later.push_back(announced ? announced->intfName() : "dropped");
+  });
+  chip->portConfigIs(1, port);
+  EXPECT_EQ(later, std::vector<String>{"Ethernet1"});
+}
+
 TEST(PortHwConfig, HoldsItsInterfaceNameAndAnnouncesNothing) {
   auto const port = makeNode<PortHwConfig>("Ethernet1");
   EXPECT_EQ(port->intfName(), String("Ethernet1"));
