@@ -2,9 +2,6 @@
 
 namespace Oru::Central {
 
-Kesh::TraceHandle& _defaultTraceHandle() {
-  static constinit Kesh::TraceHandle handle("OruCentral");
-  return handle;
-}
+constinit Kesh::TraceHandle Impl::defaultTraceHandle("OruCentral");
 
 }  // namespace Oru::Central

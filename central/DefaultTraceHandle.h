@@ -5,11 +5,15 @@
 
 namespace Oru::Central {
 
+namespace Impl {
+ORU_EXPORT extern constinit Kesh::TraceHandle defaultTraceHandle;
+}
+
 // The text trace of the supervision library, named "OruCentral". Every state machine traces through
 // it; the hosting agent sets its levels and its sink.
 //   level 1  chip resets                     level 5  feature launcher entries
 //   level 2  entry of every handler          level 9  entry of the feature handlers
 //   level 3  progress, and work that is skipped
-ORU_EXPORT Kesh::TraceHandle& _defaultTraceHandle();
+inline Kesh::TraceHandle& _defaultTraceHandle() { return Impl::defaultTraceHandle; }
 
 }  // namespace Oru::Central

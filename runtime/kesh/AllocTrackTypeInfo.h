@@ -53,6 +53,7 @@ template <class T, class Base>
 class ORU_EXPORT Typed : public Base {
  public:
   using Base::Base;
+  using TypeInfoOf = T;
 
   static AllocTrackTypeInfo& typeInfo() noexcept { return info_; }
   Vunda::TypeData const* typeData() const override { return &info_; }

@@ -41,20 +41,20 @@ class HashMap2018 {
   // Stands on one member after the other: `for (auto it = map.iterator(); it; ++it)`.
   class Iterator {
    public:
-    explicit Iterator(HashMap2018 const& map) noexcept : core_(map.core_) {}
+    explicit Iterator(HashMap2018 const& map) noexcept : core_(operations, map.core_) {}
 
     explicit operator bool() const noexcept { return !core_.atEnd(); }
     Iterator& operator++() noexcept {
-      core_.advance();
+      core_.advance(operations);
       return *this;
     }
     // The key, readable even after the member was removed.
     Key const& key() const noexcept {
-      return static_cast<Member*>(core_.currNodeMaybeStale())->key_;
+      return static_cast<Member*>(core_.currNodeMaybeStale(operations))->key_;
     }
     // The member; null when it was removed since the iterator reached it.
     Member const* currNodeNonStale() const noexcept {
-      return static_cast<Member const*>(core_.currNodeNonStale());
+      return static_cast<Member const*>(core_.currNodeNonStale(operations));
     }
     // A copy of the value; a default value when the member was removed since.
     Value value() const {
@@ -85,7 +85,8 @@ class HashMap2018 {
   // The value in place, or null; good until the next insertion or removal.
   Value const* lookup(Key const& key) const noexcept {
     auto const wanted = HashHelper::lookupKey(key);
-    auto* const member = static_cast<Member*>(core_.lookupNodeG(&wanted.key, wanted.hash));
+    auto* const member =
+        static_cast<Member*>(core_.lookupNodeG(operations, &wanted.key, wanted.hash));
     return member ? &member->value_ : nullptr;
   }
   // A copy of the value; a default value when the key is absent.
@@ -104,7 +105,7 @@ class HashMap2018 {
   bool memberIs(Key key, Value given) {
     auto const wanted = HashHelper::lookupKey(key);
     bool isNew = false;
-    Member& member = at(core_.memberG(&wanted.key, wanted.hash, isNew));
+    Member& member = at(core_.memberG(operations, &wanted.key, wanted.hash, isNew));
     if (isNew) {
       new (&member.key_) Key(std::move(key));
       new (&member.value_) Value(std::move(given));
@@ -119,20 +120,21 @@ class HashMap2018 {
   bool deleteMember(Key const& key, Value& out) noexcept {
     Value removed{};
     auto const wanted = HashHelper::lookupKey(key);
-    if (!core_.deleteMemberG(&wanted.key, wanted.hash, &removed)) return false;
+    if (!core_.deleteMemberG(operations, &wanted.key, wanted.hash, &removed)) return false;
     out = std::move(removed);
     return true;
   }
   bool deleteMember(Key const& key) noexcept {
     Value removed{};
-    return deleteMember(key, removed);
+    auto const wanted = HashHelper::lookupKey(key);
+    return core_.deleteMemberG(operations, &wanted.key, wanted.hash, &removed);
   }
   // Removes one member after the other until none is left. Then returns the storage, unless somebody
   // iterates.
   void memberDelAll() noexcept {
-    for (HashMap2018Generic::Iterator it(core_); !it.atEnd(); it.advance()) {
+    for (HashMap2018Generic::Iterator it(operations, core_); !it.atEnd(); it.advance(operations)) {
       Value removed{};
-      core_.deleteCurrentG(it, &removed);
+      core_.deleteCurrentG(operations, it, &removed);
     }
     if (core_.iterators_ == 0) core_.emptyAllBuckets();
   }
@@ -179,7 +181,6 @@ class HashMap2018 {
   static constexpr HashMap2018Generic::Operations operations{
       sizeof(Member),
       offsetof(Member, key_),
-      sizeof(Key) == sizeof(std::uint32_t) && std::has_unique_object_representations_v<Key>,
       std::is_trivially_copyable_v<Key>&& std::is_trivially_copyable_v<Value>,
       &compare,
       &copy,

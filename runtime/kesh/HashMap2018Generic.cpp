@@ -11,6 +11,8 @@
 
 namespace Kesh {
 
+constinit std::uint32_t HashMap2018Generic::noIndex[2] = {0, 0};
+
 HashMap2018Generic::HashMap2018Generic(HashMap2018Generic const& other)
     : operations_(other.operations_) {
   if (other.live_ == 0) return;
@@ -48,8 +50,6 @@ HashMap2018Generic::HashMap2018Generic(HashMap2018Generic&& other) noexcept
   swap(other);
 }
 
-HashMap2018Generic::~HashMap2018Generic() { releaseMembers(); }
-
 void HashMap2018Generic::swap(HashMap2018Generic& other) noexcept {
   ORU_ASSERT(iterators_ == 0 && other.iterators_ == 0);
   std::swap(block_, other.block_);
@@ -75,117 +75,70 @@ void HashMap2018Generic::emptyAllBuckets() noexcept {
   ORU_ASSERT(live_ == 0 && iterators_ == 0);
   ::operator delete(block_);
   block_ = nullptr;
-  index_ = nullptr;
+  index_ = noIndex;
+  indexShift_ = noShift;
   capacity_ = size_ = 0;
-}
-
-inline bool HashMap2018Generic::sameKey(void const* keyInEntry, void const* key) const noexcept {
-  if (operations_->wordKey) return std::memcmp(keyInEntry, key, sizeof(std::uint32_t)) == 0;
-  return operations_->compare(keyInEntry, key);
-}
-
-inline std::uint32_t HashMap2018Generic::slotOf(void const* key, std::uint32_t tag) const noexcept {
-  std::uint32_t slot = home(tag);
-  for (; index_[slot] != 0; slot = (slot + 1) & indexMask()) {
-    void* const candidate = entry(index_[slot] - 1);
-    if (HashMap2018Generic::tag(candidate) == tag && sameKey(keyIn(candidate), key)) break;
-  }
-  return slot;
 }
 
 std::uint32_t HashMap2018Generic::slotOf(std::uint32_t position) const noexcept {
   std::uint32_t slot = home(tag(entry(position)));
-  while (index_[slot] != position + 1) slot = (slot + 1) & indexMask();
+  while (index_[slot] != position + 1) slot = next(slot);
   return slot;
 }
 
 std::uint32_t HashMap2018Generic::freeSlotFor(std::uint32_t tag) const noexcept {
   std::uint32_t slot = home(tag);
-  while (index_[slot] != 0) slot = (slot + 1) & indexMask();
+  while (index_[slot] != 0) slot = next(slot);
   return slot;
 }
 
-void* HashMap2018Generic::lookupNodeG(void const* key, std::uint32_t hash) const noexcept {
-  if (live_ == 0) return nullptr;
-  std::uint32_t const position = index_[slotOf(key, hash | liveBit)];
-  return position != 0 ? entry(position - 1) : nullptr;
-}
-
-void* HashMap2018Generic::memberG(void const* key, std::uint32_t hash, bool& isNew) {
-  std::uint32_t const wanted = hash | liveBit;
-  if (capacity_ == 0) makeRoom();
-  std::uint32_t slot = slotOf(key, wanted);
-  isNew = index_[slot] == 0;
-  if (!isNew) return entry(index_[slot] - 1);
-  if (size_ == capacity_) {
-    makeRoom();
-    slot = freeSlotFor(wanted);
-  }
-  void* const fresh = entry(size_);
-  tag(fresh) = wanted;
-  index_[slot] = ++size_;
-  ++live_;
-  return fresh;
-}
-
-bool HashMap2018Generic::deleteMemberG(void const* key, std::uint32_t hash, void* out) noexcept {
-  if (live_ == 0) return false;
-  std::uint32_t const slot = slotOf(key, hash | liveBit);
-  if (index_[slot] == 0) return false;
-  removeAt(slot, out);
-  return true;
-}
-
-void HashMap2018Generic::deleteCurrentG(Iterator const& at, void* out) noexcept {
-  removeAt(slotOf(at.position_), out);
-}
-
-void HashMap2018Generic::removeAt(std::uint32_t slot, void* out) noexcept {
-  std::uint32_t const position = index_[slot] - 1;
-  void* const removed = entry(position);
-  freeSlot(slot);
-  operations_->takeValue(removed, out);
-  --live_;
-  if (iterators_ != 0) {
-    tag(removed) = keptKeyBit | stale_;
-    stale_ = position + 1;
-    return;
-  }
-  tag(removed) = 0;
-  if (!operations_->trivial) operations_->releaseKey(removed);
-  if (position + 1 == size_ || tooManyAreDead()) tidy();
+std::uint32_t HashMap2018Generic::freeSlotInMoreRoom(std::uint32_t tag) {
+  makeRoom();
+  return freeSlotFor(tag);
 }
 
 // Moves back every entry of the probe sequence that would not be found past the free slot.
-void HashMap2018Generic::freeSlot(std::uint32_t slot) noexcept {
-  std::uint32_t const mask = indexMask();
-  std::uint32_t hole = slot;
-  for (std::uint32_t next = (hole + 1) & mask; index_[next] != 0; next = (next + 1) & mask) {
-    std::uint32_t const wanted = home(tag(entry(index_[next] - 1)));
-    if (((next - wanted) & mask) < ((next - hole) & mask)) continue;
-    index_[hole] = index_[next];
-    hole = next;
+void HashMap2018Generic::closeGap(std::uint32_t slot) noexcept {
+  std::uint32_t const mask = slots(capacity_) - 1;
+  std::uint32_t gap = slot;
+  for (std::uint32_t at = next(slot); index_[at] != 0; at = next(at)) {
+    std::uint32_t const wanted = home(tag(entry(index_[at] - 1)));
+    if (((at - wanted) & mask) < ((at - gap) & mask)) continue;
+    index_[gap] = index_[at];
+    gap = at;
   }
-  index_[hole] = 0;
+  index_[gap] = 0;
 }
 
 // After removals, while nobody iterates: drops dead entries at the end, and all once they are many.
 void HashMap2018Generic::tidy() noexcept {
+  if (live_ == 0) size_ = 0;
   while (size_ > 0 && !isLive(entry(size_ - 1))) --size_;
   if (tooManyAreDead()) compact();
 }
 
 void HashMap2018Generic::compact() noexcept {
   std::uint32_t kept = 0;
-  for (std::uint32_t position = 0; position < size_; ++position) {
-    if (!isLive(entry(position))) continue;
-    if (kept != position) {
-      index_[slotOf(position)] = kept + 1;
-      shiftEntry(entry(kept), entry(position));
-    }
-    ++kept;
+  std::uint32_t from = 0;
+  while (from < size_) {
+    std::uint32_t end = from;
+    while (end < size_ && isLive(entry(end))) ++end;
+    if (kept != from) shiftRun(kept, from, end);
+    kept += end - from;
+    for (from = end; from < size_ && !isLive(entry(from));) ++from;
   }
   size_ = kept;
+}
+
+// Moves the live entries from `from` to `end` down to `to`.
+void HashMap2018Generic::shiftRun(std::uint32_t to, std::uint32_t from,
+                                  std::uint32_t end) noexcept {
+  for (std::uint32_t at = from; at < end; ++at) index_[slotOf(at)] = at - from + to + 1;
+  if (operations_->trivial) {
+    std::memmove(entry(to), entry(from), std::size_t{end - from} * operations_->entrySize);
+    return;
+  }
+  for (; from < end; ++from, ++to) shiftEntry(entry(to), entry(from));
 }
 
 void HashMap2018Generic::shiftEntry(void* to, void* from) const noexcept {
@@ -240,7 +193,7 @@ void HashMap2018Generic::allocate(std::uint32_t capacity) {
   index_ =
       reinterpret_cast<std::uint32_t*>(memory + std::size_t{capacity} * operations_->entrySize);
   capacity_ = capacity;
-  indexShift_ = 32U - static_cast<std::uint32_t>(std::countr_zero(capacity * 2));
+  indexShift_ = 32U - static_cast<std::uint32_t>(std::countr_zero(slots(capacity)));
   std::memset(index_, 0, indexBytes(capacity));
 }
 
@@ -262,12 +215,12 @@ void HashMap2018Generic::verify() const {
     void* const member = entry(position);
     if (!isLive(member)) continue;
     ++living;
-    ORU_ASSERT(lookupNodeG(keyIn(member), tag(member)) == member);
+    ORU_ASSERT(lookupNodeG(*operations_, keyIn(*operations_, member), tag(member)) == member);
   }
   ORU_ASSERT(living == live_);
   ORU_ASSERT(size_ <= capacity_);
   std::uint32_t indexed = 0;
-  for (std::uint32_t slot = 0; slot < capacity_ * 2; ++slot) indexed += index_[slot] != 0;
+  for (std::uint32_t slot = 0; slot < slots(capacity_); ++slot) indexed += index_[slot] != 0;
   ORU_ASSERT(indexed == live_);
   std::uint32_t kept = 0;
   for (std::uint32_t at = stale_; at != 0; at = tag(entry(at - 1)) & ~keptKeyBit, ++kept) {

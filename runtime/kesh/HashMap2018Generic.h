@@ -27,11 +27,11 @@ namespace Kesh {
 //   8. A collection outlives its iterators (asserted).
 //
 // HOW. One block holds the entries in the order of their insertion, and an index over them (open
-// addressing, linear probing, at most half full). An index slot holds an entry's position plus one,
+// addressing, linear probing, at most a quarter full). An index slot holds an entry's position plus one,
 // zero when free:
 //
 //      entries   0:[tag A..] 1:[tag B..] 2:[ dead ] 3:[tag D..] | room            size 4, live 3
-//      index     [ 0 | 2 | 0 | 0 | 4 | 1 | 0 | 0 ]
+//      index     [ 0 | 2 | 0 | 0 | 4 | 1 | 0 | 0 | ... ]                  4 slots per entry of room
 //
 // A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
 // An iterator is a position. Removing an entry frees its index slot (shifting back what probed past
@@ -43,16 +43,19 @@ namespace Kesh {
 //
 // COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
 // removal: constant, amortised. Iteration: one test per entry. Memory: the entry, rounded up, plus
-// 8 bytes of index, over a fill of a half to one.
+// 16 bytes of index, over a fill of a half to one.
+//
+// What happens once per lookup, insertion, removal and step stands in this header and is given the
+// table of operations: the typed face passes a constant, so that sizes, comparisons and releases
+// are folded in where they are used. What happens once per many is compiled once, in the source.
 class ORU_EXPORT HashMap2018Generic {
  public:
   // What the core must know of an instantiation. An entry begins with its 32-bit tag.
   struct Operations {
     std::uint32_t entrySize;
     std::uint32_t keyOffset;
-    // The key is one 32-bit word, equal exactly when its bits are: `compare` is not called.
-    bool wordKey;
-    // Entries may be copied, moved and dropped as bytes: `copy` to `releaseValue` are not called.
+    // Entries may be copied and moved as bytes, and dropped: `copy`, `shift` and the releases need
+    // not be called.
     bool trivial;
     bool (*compare)(void const* keyInEntry, void const* key) noexcept;
     void (*copy)(void* to, void const* from);
@@ -68,18 +71,44 @@ class ORU_EXPORT HashMap2018Generic {
   HashMap2018Generic(HashMap2018Generic const& other);
   // The other collection is left empty; it must have no iterators.
   HashMap2018Generic(HashMap2018Generic&& other) noexcept;
-  ~HashMap2018Generic();
+  ~HashMap2018Generic() {
+    if (block_ != nullptr || iterators_ != 0) releaseMembers();
+  }
   void swap(HashMap2018Generic& other) noexcept;
 
   std::uint32_t size() const noexcept { return live_; }
 
   // The entry of a key, or null.
-  void* lookupNodeG(void const* key, std::uint32_t hash) const noexcept;
+  [[gnu::always_inline]] void* lookupNodeG(Operations const& of, void const* key,
+                                           std::uint32_t hash) const noexcept {
+    std::uint32_t slot = home(hash | liveBit);
+    return find(of, key, hash | liveBit, slot);
+  }
   // The entry of a key. When there was none, `isNew` is set, and the caller constructs key and value
   // in the free entry that is returned, without failing.
-  void* memberG(void const* key, std::uint32_t hash, bool& isNew);
+  [[gnu::always_inline]] void* memberG(Operations const& of, void const* key, std::uint32_t hash,
+                                       bool& isNew) {
+    std::uint32_t const wanted = hash | liveBit;
+    std::uint32_t slot = home(wanted);
+    void* const found = find(of, key, wanted, slot);
+    isNew = found == nullptr;
+    if (!isNew) return found;
+    if (size_ == capacity_) slot = freeSlotInMoreRoom(wanted);
+    void* const fresh = entry(of, size_);
+    tag(fresh) = wanted;
+    index_[slot] = ++size_;
+    ++live_;
+    return fresh;
+  }
   // Removes a member and moves its value over *out, a default value; false when there is none.
-  bool deleteMemberG(void const* key, std::uint32_t hash, void* out) noexcept;
+  [[gnu::always_inline]] bool deleteMemberG(Operations const& of, void const* key,
+                                            std::uint32_t hash, void* out) noexcept {
+    std::uint32_t slot = home(hash | liveBit);
+    void* const found = find(of, key, hash | liveBit, slot);
+    if (found == nullptr) return false;
+    removeAt(of, slot, out);
+    return true;
+  }
   // Makes room for that many members without further growth.
   void reserve(std::uint32_t members);
   // Returns the storage of an empty collection without iterators.
@@ -88,15 +117,12 @@ class ORU_EXPORT HashMap2018Generic {
   // Asserts every invariant (for tests).
   void verify() const;
 
-  class Iterator;
-  // Removes the member that an iterator stands on, as above; it must not be stale.
-  void deleteCurrentG(Iterator const& at, void* out) noexcept;
-
+  // A position among the entries.
   class Iterator {
    public:
-    explicit Iterator(HashMap2018Generic const& map) noexcept : map_(&map) {
+    Iterator(Operations const& of, HashMap2018Generic const& map) noexcept : map_(&map) {
       ++map_->iterators_;
-      skipDead();
+      skipDead(of);
     }
     Iterator(Iterator const& other) noexcept : map_(other.map_), position_(other.position_) {
       ++map_->iterators_;
@@ -107,29 +133,36 @@ class ORU_EXPORT HashMap2018Generic {
     }
 
     bool atEnd() const noexcept { return position_ >= map_->size_; }
-    void advance() noexcept {
+    void advance(Operations const& of) noexcept {
       ++position_;
-      skipDead();
+      skipDead(of);
     }
-    // The entry that the iterator stands on; null when it was removed since, or at the end.
-    void* currNodeNonStale() const noexcept {
-      void* const entry = currNodeMaybeStale();
-      return entry && isLive(entry) ? entry : nullptr;
+    // The entry that the iterator stands on, not at the end; null when it was removed since.
+    void* currNodeNonStale(Operations const& of) const noexcept {
+      void* const entry = currNodeMaybeStale(of);
+      return isLive(entry) ? entry : nullptr;
     }
-    // The entry that the iterator stands on, even when it was removed since: then only its key may
-    // be read.
-    void* currNodeMaybeStale() const noexcept { return atEnd() ? nullptr : map_->entry(position_); }
+    // The entry that the iterator stands on, not at the end, even when it was removed since: then
+    // only its key may be read.
+    void* currNodeMaybeStale(Operations const& of) const noexcept {
+      return map_->entry(of, position_);
+    }
 
    private:
     friend class HashMap2018Generic;
 
-    void skipDead() noexcept {
-      while (position_ < map_->size_ && !isLive(map_->entry(position_))) ++position_;
+    void skipDead(Operations const& of) noexcept {
+      while (position_ < map_->size_ && !isLive(map_->entry(of, position_))) ++position_;
     }
 
     HashMap2018Generic const* map_;
     std::uint32_t position_ = 0;
   };
+
+  // Removes the member that an iterator stands on, as above; it must not be stale.
+  void deleteCurrentG(Operations const& of, Iterator const& at, void* out) noexcept {
+    removeAt(of, slotOf(at.position_), out);
+  }
 
  private:
   template <class, class, class>
@@ -139,6 +172,7 @@ class ORU_EXPORT HashMap2018Generic {
   static constexpr std::uint32_t keptKeyBit = 0x40000000;  // in the tag of a dead entry
   static constexpr std::uint32_t greatestCapacity = 0x20000000;
   static constexpr std::uint32_t firstCapacity = 4;
+  static constexpr std::uint32_t noShift = 31;
 
   static std::uint32_t& tag(void* entry) noexcept { return *static_cast<std::uint32_t*>(entry); }
   static bool isLive(void const* entry) noexcept {
@@ -149,30 +183,61 @@ class ORU_EXPORT HashMap2018Generic {
     return (*static_cast<std::uint32_t const*>(entry) & (liveBit | keptKeyBit)) != 0;
   }
 
-  void* entry(std::uint32_t position) const noexcept {
-    return block_ + std::size_t{position} * operations_->entrySize;
+  void* entry(Operations const& of, std::uint32_t position) const noexcept {
+    return block_ + std::size_t{position} * of.entrySize;
   }
-  void const* keyIn(void const* entry) const noexcept {
-    return static_cast<char const*>(entry) + operations_->keyOffset;
+  void* entry(std::uint32_t position) const noexcept { return entry(*operations_, position); }
+  static void const* keyIn(Operations const& of, void const* entry) noexcept {
+    return static_cast<char const*>(entry) + of.keyOffset;
   }
+  static std::uint32_t slots(std::uint32_t capacity) noexcept { return capacity * 4; }
   static std::size_t indexBytes(std::uint32_t capacity) noexcept {
-    return std::size_t{capacity} * 2 * sizeof(std::uint32_t);
+    return std::size_t{slots(capacity)} * sizeof(std::uint32_t);
   }
   std::size_t blockBytes(std::uint32_t capacity) const noexcept {
     return std::size_t{capacity} * operations_->entrySize + indexBytes(capacity);
   }
-  std::uint32_t indexMask() const noexcept { return capacity_ * 2 - 1; }
   std::uint32_t home(std::uint32_t tag) const noexcept {
     return (tag * 0x9e3779b9U) >> indexShift_;
   }
+  std::uint32_t next(std::uint32_t slot) const noexcept {
+    return (slot + 1) & (slots(capacity_) - 1);
+  }
 
-  bool sameKey(void const* keyInEntry, void const* key) const noexcept;
-  // The slot that refers to the key's entry, or the free one where it would be referred to.
-  std::uint32_t slotOf(void const* key, std::uint32_t tag) const noexcept;
+  // Follows a key's probe sequence from its home slot: to the slot that refers to its entry, which
+  // is returned, or to the free one where it would be referred to, and null.
+  [[gnu::always_inline]] void* find(Operations const& of, void const* key, std::uint32_t wanted,
+                                    std::uint32_t& slot) const noexcept {
+    while (std::uint32_t const position = index_[slot]) {
+      void* const candidate = entry(of, position - 1);
+      if (tag(candidate) == wanted && of.compare(keyIn(of, candidate), key)) return candidate;
+      slot = next(slot);
+    }
+    return nullptr;
+  }
+
+  [[gnu::always_inline]] void removeAt(Operations const& of, std::uint32_t slot,
+                                       void* out) noexcept {
+    std::uint32_t const position = index_[slot] - 1;
+    void* const removed = entry(of, position);
+    index_[slot] = 0;
+    if (index_[next(slot)] != 0) closeGap(slot);
+    of.takeValue(removed, out);
+    --live_;
+    if (iterators_ != 0) {
+      tag(removed) = keptKeyBit | stale_;
+      stale_ = position + 1;
+      return;
+    }
+    tag(removed) = 0;
+    of.releaseKey(removed);
+    if (position + 1 == size_ || tooManyAreDead()) tidy();
+  }
+
   std::uint32_t slotOf(std::uint32_t position) const noexcept;
   std::uint32_t freeSlotFor(std::uint32_t tag) const noexcept;
-  void removeAt(std::uint32_t slot, void* out) noexcept;
-  void freeSlot(std::uint32_t slot) noexcept;
+  std::uint32_t freeSlotInMoreRoom(std::uint32_t tag);
+  void closeGap(std::uint32_t slot) noexcept;
   void makeRoom();
   void moveToBlock(std::uint32_t capacity, bool squeeze);
   void allocate(std::uint32_t capacity);
@@ -181,14 +246,18 @@ class ORU_EXPORT HashMap2018Generic {
   void tidy() noexcept;
   void dropStale() const noexcept;
   void shiftEntry(void* to, void* from) const noexcept;
+  void shiftRun(std::uint32_t to, std::uint32_t from, std::uint32_t end) noexcept;
   void copyEntries(HashMap2018Generic const& other);
   void releaseMembers() noexcept;
 
+  // The index of a collection without storage: free at every slot. Never written.
+  static std::uint32_t noIndex[2];
+
   Operations const* operations_;
   char* block_ = nullptr;
-  std::uint32_t* index_ = nullptr;
+  std::uint32_t* index_ = noIndex;
   std::uint32_t capacity_ = 0;
-  std::uint32_t indexShift_ = 31;
+  std::uint32_t indexShift_ = noShift;
   std::uint32_t size_ = 0;  // entries in use, dead ones included
   std::uint32_t live_ = 0;
   mutable std::uint32_t iterators_ = 0;

@@ -1,34 +1,49 @@
 #include "runtime/kesh/TypeRegistry.h"
 
+#include <string_view>
+#include <vector>
+
 #include "runtime/kesh/Dir.h"
-#include "runtime/kesh/HashMap2018.h"
 
 namespace Kesh {
 
 namespace {
 
-struct HN_Factory;
-using Factories = HashMap2018<HN_Factory, Vunda::String, TypeRegistry::Factory>;
+struct Registered {
+  Vunda::String name;
+  TypeRegistry::Factory factory;
+};
 
-Factories& factories() {
-  static Factories all = [] {
-    Factories initial;
-    initial.newMember(Dir::typeName, [](Vunda::String const& name) -> Vunda::Ptr<Entity> {
-      return Vunda::makeNode<Dir>(name);
-    });
-    return initial;
-  }();
+std::vector<Registered>& registeredTypes() {
+  static std::vector<Registered> all{{Dir::typeName, [](Vunda::String const& name) {
+                                        return Vunda::Ptr<Entity>(Vunda::makeNode<Dir>(name));
+                                      }}};
   return all;
+}
+
+// Types are few and asked for by plain text: their hashes are compared one after the other.
+Registered* find(char const* typeName) {
+  std::string_view const wanted = typeName ? typeName : "";
+  std::uint32_t const hash = Vunda::String::hashOf(wanted);
+  for (Registered& type : registeredTypes()) {
+    if (type.name.hash() == hash && type.name.view() == wanted) return &type;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
 void TypeRegistry::typeIs(char const* typeName, Factory factory) {
-  factories().memberIs(typeName, factory);
+  if (Registered* const known = find(typeName)) {
+    known->factory = factory;
+  } else {
+    registeredTypes().push_back({typeName, factory});
+  }
 }
 
 TypeRegistry::Factory TypeRegistry::factory(char const* typeName) {
-  return factories().value(typeName);
+  Registered const* const known = find(typeName);
+  return known ? known->factory : nullptr;
 }
 
 }  // namespace Kesh

@@ -68,14 +68,34 @@ class Ptr {
   T* node_ = nullptr;
 };
 
-// The node as a T; null when it is null or of another type.
+namespace Impl {
+
+// A class that stands for itself in the type data of its nodes (see Kesh::Typed).
+template <class T>
+concept HasOwnTypeData = requires {
+  { T::typeInfo() } -> std::convertible_to<TypeData const&>;
+}
+&&std::same_as<typename T::TypeInfoOf, std::remove_const_t<T>>;
+
+template <class T, class U>
+T* castNode(U* node) noexcept {
+  if constexpr (HasOwnTypeData<T> && std::is_base_of_v<U, T>) {
+    if (node && node->typeData() == &T::typeInfo()) return static_cast<T*>(node);
+  }
+  return dynamic_cast<T*>(node);
+}
+
+}  // namespace Impl
+
+// The node as a T; null when it is null or of another type. A node whose type data are T's own is
+// known at once, any other is searched for among its bases.
 template <class T, class U>
 Ptr<T> ptrCast(Ptr<U> const& node) noexcept {
-  return Ptr<T>(dynamic_cast<T*>(node.ptr()));
+  return Ptr<T>(Impl::castNode<T>(node.ptr()));
 }
 template <class T, class U>
 Ptr<T> ptrCast(Ptr<U>&& node) noexcept {
-  T* const cast = dynamic_cast<T*>(node.ptr());
+  T* const cast = Impl::castNode<T>(node.ptr());
   if (!cast) return nullptr;
   static_cast<void>(node.release());
   return Ptr<T>::adopt(cast);

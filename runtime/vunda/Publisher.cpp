@@ -3,63 +3,61 @@
 #include <algorithm>
 
 #include "runtime/vunda/Assert.h"
-#include "runtime/vunda/Ptr.h"
 #include "runtime/vunda/Subscriber.h"
 
 namespace Vunda {
 
+namespace {
+
+void ignore(Publisher*, Subscriber*, FieldId, void const*, void const*) noexcept {}
+
+constinit Subscriber hole(&ignore);
+
+}  // namespace
+
 Publisher::~Publisher() {
   ORU_ASSERT(subscriberCount() == 0);
-  if (capacity_ != inlineCapacity) delete[] heap_;
+  if (slots_ != inline_) delete[] slots_;
 }
 
-void Publisher::subscriberAdd(Subscriber* subscriber) {
-  if (size_ == capacity_) grow();
-  slots()[size_++] = subscriber;
-}
-
-void Publisher::subscriberRemove(Subscriber* subscriber) noexcept {
-  Subscriber** const all = slots();
+void Publisher::remove(Subscriber* subscriber) noexcept {
   for (std::uint32_t i = size_; i-- > 0;) {
-    if (all[i] != subscriber) continue;
+    if (slots_[i] != subscriber) continue;
     if (delivering_ != 0) {
-      all[i] = nullptr;
+      slots_[i] = &hole;
       ++holes_;
     } else {
-      std::copy(all + i + 1, all + size_, all + i);
+      std::copy(slots_ + i + 1, slots_ + size_, slots_ + i);
       --size_;
     }
     return;
   }
 }
 
-void Publisher::deliver(FieldId field, void const* key, void const* value) {
-  if (owner_->useCount() == 0) return callEach(field, key, value);
-  Ptr<Node const> const keepAlive(owner_);
-  callEach(field, key, value);
-}
-
-void Publisher::callEach(FieldId field, void const* key, void const* value) {
+void Publisher::deliver(FieldId field, void const* key, void const* value) noexcept {
+  bool const kept = owner_->useCount() != 0;
+  if (kept) owner_->incUse();
   ++delivering_;
   std::uint32_t const standing = size_;
   for (std::uint32_t i = 0; i < standing; ++i) {
     // Read anew each time: a callback may have moved the slots or emptied this one.
-    if (Subscriber* const subscriber = slots()[i]) subscriber->notify(this, field, key, value);
+    slots_[i]->notify(this, field, key, value);
   }
   if (--delivering_ == 0 && holes_ != 0) closeHoles();
+  if (kept) owner_->decUseImpl();
 }
 
 void Publisher::closeHoles() noexcept {
-  Subscriber** const all = slots();
-  size_ = static_cast<std::uint32_t>(std::remove(all, all + size_, nullptr) - all);
+  Subscriber** const end = std::remove(slots_, slots_ + size_, &hole);
+  size_ = static_cast<std::uint32_t>(end - slots_);
   holes_ = 0;
 }
 
 void Publisher::grow() {
   Subscriber** const bigger = new Subscriber*[capacity_ * 2];
-  std::copy(slots(), slots() + size_, bigger);
-  if (capacity_ != inlineCapacity) delete[] heap_;
-  heap_ = bigger;
+  std::copy(slots_, slots_ + size_, bigger);
+  if (slots_ != inline_) delete[] slots_;
+  slots_ = bigger;
   capacity_ *= 2;
 }
 

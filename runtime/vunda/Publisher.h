@@ -23,9 +23,9 @@ class Subscriber;
 //   - Subscribers keep the node whose publisher they are registered with alive; a publisher is
 //     destroyed without any.
 //
-// How: the subscribers stand in an array, in order. Removal during a delivery leaves a hole (null),
-// addition appends; a delivery calls the slots that stood when it began; the outermost delivery
-// closes the holes when it ends.
+// How: the subscribers stand in an array, in order. Removal during a delivery leaves a hole (a
+// subscriber that ignores what it is told), addition appends; a delivery calls the slots that stood
+// when it began; the outermost delivery closes the holes when it ends.
 //
 //      slots   [ S1 | -- | S3 | S4 ]      size 4, holes 1, delivering 1: S2 was removed, S4 came
 //      delivery of three slots:  S1, (hole), S3        afterwards: [ S1 | S3 | S4 ]
@@ -42,9 +42,18 @@ class ORU_EXPORT Publisher {
   ~Publisher();
 
   // Registers a subscriber at the end of the order. It must not be registered here yet.
-  void subscriberAdd(Subscriber* subscriber);
+  void subscriberAdd(Subscriber* subscriber) {
+    if (size_ == capacity_) grow();
+    slots_[size_++] = subscriber;
+  }
   // Unregisters; a subscriber that is not registered here is ignored.
-  void subscriberRemove(Subscriber* subscriber) noexcept;
+  void subscriberRemove(Subscriber* subscriber) noexcept {
+    if (delivering_ == 0 && size_ != 0 && slots_[size_ - 1] == subscriber) {
+      --size_;
+    } else {
+      remove(subscriber);
+    }
+  }
   std::uint32_t subscriberCount() const noexcept { return size_ - holes_; }
 
   // Announces a change of `field`: of the member `key` of a collection, or of an attribute when
@@ -93,21 +102,18 @@ class ORU_EXPORT Publisher {
  private:
   static constexpr std::uint32_t inlineCapacity = 2;
 
-  Subscriber** slots() noexcept { return capacity_ == inlineCapacity ? inline_ : heap_; }
-  void deliver(FieldId field, void const* key, void const* value);
-  void callEach(FieldId field, void const* key, void const* value);
+  void deliver(FieldId field, void const* key, void const* value) noexcept;
+  void remove(Subscriber* subscriber) noexcept;
   void closeHoles() noexcept;
   void grow();
 
   Node const* owner_;
+  Subscriber** slots_ = inline_;
   std::uint32_t size_ = 0;
   std::uint32_t holes_ = 0;
   std::uint32_t capacity_ = inlineCapacity;
   std::uint32_t delivering_ = 0;
-  union {
-    Subscriber* inline_[inlineCapacity];
-    Subscriber** heap_;
-  };
+  Subscriber* inline_[inlineCapacity];
 };
 
 }  // namespace Vunda

@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "runtime/vunda/Assert.h"
 #include "runtime/vunda/FieldId.h"
 #include "runtime/vunda/Ptr.h"
 #include "runtime/vunda/Publisher.h"
@@ -20,16 +21,27 @@ class ORU_EXPORT Subscriber {
   using Callback = void (*)(Publisher* publisher, Subscriber* subscriber, FieldId field,
                             void const* key, void const* value) noexcept;
 
-  Subscriber() = default;
+  constexpr Subscriber() noexcept = default;
+  // One that is never registered, only called.
+  constexpr explicit Subscriber(Callback callback) noexcept : callback_(callback) {}
   Subscriber(Subscriber const&) = delete;
   Subscriber& operator=(Subscriber const&) = delete;
 
   bool subscribed() const noexcept { return callback_ != nullptr; }
   // Stores the callback and registers with the node's publisher. The node must have one, the slot
   // must be free.
-  void subscribeTo(Node const& node, Callback callback);
+  void subscribeTo(Node const& node, Callback callback) {
+    ORU_ASSERT(!subscribed());
+    Publisher* const publisher = node.publisher();
+    ORU_ASSERT(publisher);
+    publisher->subscriberAdd(this);
+    callback_ = callback;
+  }
   // Unregisters and frees the slot.
-  void unsubscribeFrom(Node const& node) noexcept;
+  void unsubscribeFrom(Node const& node) noexcept {
+    node.publisher()->subscriberRemove(this);
+    callback_ = nullptr;
+  }
 
   template <class T>
   void subscribeTo(Ptr<T> const& node, Callback callback) {
@@ -40,7 +52,7 @@ class ORU_EXPORT Subscriber {
     unsubscribeFrom(static_cast<Node const&>(*node));
   }
 
-  void notify(Publisher* publisher, FieldId field, void const* key, void const* value) {
+  void notify(Publisher* publisher, FieldId field, void const* key, void const* value) noexcept {
     callback_(publisher, this, field, key, value);
   }
 
