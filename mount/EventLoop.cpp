@@ -7,6 +7,7 @@
 #include <systemd/sd-event.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -110,7 +111,9 @@ EventLoop::~EventLoop() { sd_event_unref(event_); }
 template <class Call, class Function, class Add>
 EventSource EventLoop::add(Function&& function, Add&& addSource) {
   auto call = std::make_unique<Call>(*this, std::forward<Function>(function));
-  require(addSource(&call->source, static_cast<void*>(call.get())), "event source");
+  int const result = addSource(&call->source, static_cast<void*>(call.get()));
+  bool const hasEnded = result == -ESTALE;
+  if (!hasEnded) require(result, "event source");
   EventSource source;
   source.callback_.reset(call.release());
   return source;

@@ -44,6 +44,7 @@ class EventSource {
 // The event loop of a program: one thread, no polling. Callbacks run one at a time from run() or
 // turn(). An exception that leaves a callback ends the loop and comes out of run() or turn(). What
 // the system refuses (no memory, no descriptors, a bad descriptor) is raised as std::system_error.
+// What is registered after run() has returned is never called.
 class EventLoop {
  public:
   using Callback = std::function<void()>;

@@ -177,4 +177,16 @@ TEST(EventLoop, FeedsTheWatchdogWhenItIsAskedTo) {
   ::unsetenv("WATCHDOG_USEC");
 }
 
+// Who writes what is left after the end may still wish for more.
+TEST(EventLoop, WhatIsRegisteredAfterTheEndIsNeverCalled) {
+  EventLoop loop;
+  auto const end = loop.endOfTurn([&] { loop.exit(3); });
+  EXPECT_EQ(3, loop.run());
+  int calls = 0;
+  auto late = loop.endOfTurn([&] { ++calls; });
+  auto const timer = loop.timer(std::chrono::milliseconds(1), [&] { ++calls; });
+  late.reset();
+  EXPECT_EQ(0, calls);
+}
+
 }  // namespace
