@@ -1,6 +1,6 @@
 // The benchmark program. Without arguments of its own it is an ordinary Google Benchmark program
 // (time mode). Run by callgrind with --instructions NAME, it does one case, collecting in the
-// metered parts alone (instruction mode).
+// metered parts alone (instruction mode). --count NAME prints a figure that is counted.
 
 #include "bench/Case.h"
 
@@ -77,6 +77,7 @@ int runUnderCallgrind(char const* name) {
     Body const body = one.prepare();
     NoMeter warmUp;
     body(warmUp, one.operations);
+    CALLGRIND_START_INSTRUMENTATION;
     InstructionMeter meter;
     body(meter, one.operations);
     return 0;
@@ -87,14 +88,30 @@ int runUnderCallgrind(char const* name) {
 
 int list() {
   for (Case const& one : cases()) {
-    std::printf("%s %llu\n", one.name.c_str(), static_cast<unsigned long long>(one.operations));
+    std::printf("case %s %llu\n", one.name.c_str(),
+                static_cast<unsigned long long>(one.operations));
   }
+  for (Count const& one : counts()) std::printf("count %s 1\n", one.name.c_str());
   return 0;
 }
 
-int printCounts() {
-  for (Count const& one : counts()) std::printf("%s %.17g\n", one.name.c_str(), one.count());
+int about() {
+#if defined(__clang__)
+  std::printf("%s\n", __VERSION__);
+#else
+  std::printf("GCC %s\n", __VERSION__);
+#endif
   return 0;
+}
+
+int printCount(char const* name) {
+  for (Count const& one : counts()) {
+    if (one.name != name) continue;
+    std::printf("%.17g\n", one.count());
+    return 0;
+  }
+  std::fprintf(stderr, "oru-bench: no count is called %s\n", name);
+  return 2;
 }
 
 }  // namespace
@@ -105,7 +122,8 @@ int main(int argc, char** argv) {
   if (argc == 3 && std::strcmp(argv[1], "--instructions") == 0)
     return Bench::runUnderCallgrind(argv[2]);
   if (argc == 2 && std::strcmp(argv[1], "--list") == 0) return Bench::list();
-  if (argc == 2 && std::strcmp(argv[1], "--counts") == 0) return Bench::printCounts();
+  if (argc == 2 && std::strcmp(argv[1], "--about") == 0) return Bench::about();
+  if (argc == 3 && std::strcmp(argv[1], "--count") == 0) return Bench::printCount(argv[2]);
   Bench::registerWithGoogleBenchmark();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace Bench {
@@ -46,7 +48,18 @@ Body metered(Loop loop) {
   };
 }
 
-// A figure that is counted, not measured (bytes per port and the like), printed with the others.
+// Keeps the compiler from seeing what a value is, and so from leaving work out.
+template <class T>
+[[gnu::always_inline]] inline void hide(T& value) {
+  if constexpr (std::is_integral_v<T> || std::is_pointer_v<T>) {
+    asm volatile("" : "+r"(value) : : "memory");
+  } else {
+    asm volatile("" : "+m"(value) : : "memory");
+  }
+}
+
+// A figure that is counted, not measured (bytes per port and the like). Each is taken in a process
+// of its own.
 struct Count {
   std::string name;
   std::function<double()> count;

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/MainJob.h"
@@ -171,7 +172,7 @@ class FlatJob : public MainJob {
     for (auto const& [intf, port] : chip.hw->status.intfToPort)
       intfToChipPort_.insert_or_assign(intf, ChipPort{id, port});
     sliceToChips_[chip.sliceName].insert(id);
-    chipInfo_.insert_or_assign(id, info);
+    chipInfo_.insert_or_assign(id, std::move(info));
   }
 
   void remove(Chip& chip) {

@@ -1,11 +1,14 @@
 // The main job, event by event; each figure is per chip.
 
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <utility>
 
 #include "bench/Case.h"
 #include "bench/MainJob.h"
+#include "bench/Tracing.h"
 
 namespace Bench {
 
@@ -26,12 +29,15 @@ class Life {
   Life(DeviceSize size, Make make, Event event) : size_(size), event_(event), job_(make(size)) {}
 
   void run(Meter& meter, std::uint64_t chips) {
+    tracingIs(Tracing::ring);
     std::uint64_t const perLife =
         static_cast<std::uint64_t>(size_.slices) * static_cast<std::uint64_t>(size_.chips);
     for (std::uint64_t done = 0; done < chips; done += perLife) {
       step(meter, Event::insertion, [this] { eachSlice(size_, *job_, &MainJob::insertSlice); });
       step(meter, Event::publication, [this] { eachSlice(size_, *job_, &MainJob::publishSlice); });
+      expectPublished(perLife);
       step(meter, Event::withdrawal, [this] { job_->resetEverything(); });
+      expectPublished(0);
       eachSlice(size_, *job_, &MainJob::publishSlice);
       step(meter, Event::reset, [this] {
         job_->resetEverything();
@@ -47,6 +53,13 @@ class Life {
     if (event == event_) meter.start();
     action();
     if (event == event_) meter.stop();
+  }
+
+  // Every chip stands in two places, its ports in one: whoever did less is not to be compared with.
+  void expectPublished(std::uint64_t chips) const {
+    if (job_->published() == chips * static_cast<std::uint64_t>(2 + size_.ports)) return;
+    std::fprintf(stderr, "oru-bench: the job did not do its work\n");
+    std::abort();
   }
 
   DeviceSize const size_;
@@ -74,7 +87,7 @@ struct RegisterJobs {
                              {"floorC", &floorC},
                              {"commodity", &commodityJob}}) {
       Register("job." + what + "/" + size.name() + "/" + who,
-               static_cast<std::uint64_t>(size.slices * size.chips) * 4, [=]() -> Body {
+               static_cast<std::uint64_t>(size.slices * size.chips), [=]() -> Body {
                  Life life(size, make, event);
                  return
                      [life](Meter& meter, std::uint64_t chips) mutable { life.run(meter, chips); };

@@ -1,138 +1,165 @@
 #!/usr/bin/env python3
-"""Runs the benchmark program and reports each figure beside its floor or peer.
+"""Measures the library against floors and peers, prints a table of ratios, and writes report.json.
 
-Two modes. Instructions: callgrind counts them in the metered part of each case; exact and repeatable. Time: Google
-Benchmark, its repetitions interleaved at random, on one core; the median counts. Prints a table and writes report.json.
+The wanted ratios are in targets.json: a figure, what it is compared with, and the bound. A "*" in the name of a figure
+stands for a size, which is then the same in what it is compared with. A target without "other" bounds the figure itself.
 """
 
 import argparse
-import concurrent.futures
 import fnmatch
 import json
 import os
-import re
 import subprocess
 import sys
-import tempfile
+
+import lttng_session
+import page
+import programs
+from measure import Program
+
+TOLERANCE = 0.10
 
 
-def cases(program):
-    listed = subprocess.run([program, "--list"], check=True, capture_output=True, text=True).stdout
-    return {name: int(operations) for name, operations in (line.split() for line in listed.splitlines())}
+def sizes(pattern, names):
+    """The names that match, each with what the pattern's "*" stands for."""
+    before, star, after = pattern.partition("*")
+    for name in sorted(names):
+        if fnmatch.fnmatchcase(name, pattern):
+            yield name, name[len(before):len(name) - len(after)] if star else ""
 
 
-def instructions(program, name, operations):
-    with tempfile.TemporaryDirectory() as folder:
-        run = subprocess.run(
-            ["valgrind", "--tool=callgrind", "--collect-atstart=no", f"--callgrind-out-file={folder}/out",
-             program, "--instructions", name], capture_output=True, text=True)
-    collected = re.search(r"Collected : (\d+)", run.stderr)
-    if run.returncode != 0 or not collected:
-        sys.exit(f"bench: {name} failed under callgrind:\n{run.stderr}")
-    return int(collected.group(1)) / operations
-
-
-def all_instructions(program, chosen):
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        counted = {name: pool.submit(instructions, program, name, operations) for name, operations in chosen.items()}
-        return {name: future.result() for name, future in counted.items()}
-
-
-def all_times(program, chosen, repetitions):
-    pattern = "^(" + "|".join(re.escape(name) for name in chosen) + ")/"
-    run = subprocess.run(
-        ["taskset", "-c", "0", program, f"--benchmark_filter={pattern}", "--benchmark_format=json",
-         f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true",
-         "--benchmark_min_time=0.05"], stdout=subprocess.PIPE, text=True)
-    if run.returncode != 0:
-        sys.exit("bench: the time mode failed")
-    times = {}
-    for one in json.loads(run.stdout)["benchmarks"]:
-        if one.get("aggregate_name") == "median":
-            name = one["run_name"].removesuffix("/manual_time")
-            times[name] = one["real_time"] / chosen[name]
-    return times
-
-
-def rows(targets, figures):
-    """One row for each pair of figures that a target speaks of."""
+def pairs(targets, names):
+    """(target, figure, other) for each target and size; other is None where the figure itself is bound."""
     for target in targets:
-        measured = figures.get(target["mode"], {})
-        before, after = target["figure"].split("*") if "*" in target["figure"] else (target["figure"], None)
-        for name in sorted(measured):
-            if not fnmatch.fnmatchcase(name, target["figure"]):
-                continue
-            other = target["other"]
-            if after is not None:
-                other = other.replace("*", name[len(before):len(name) - len(after)])
-            if other not in measured:
-                continue
-            ratio = measured[name] / measured[other] if measured[other] else float("inf")
-            bound = target.get("atMost", target.get("atLeast"))
-            met = ratio <= bound if "atMost" in target else ratio >= bound
-            yield {"what": target["what"], "mode": target["mode"], "name": name, "figure": measured[name],
-                   "other": other, "otherFigure": measured[other], "ratio": ratio,
-                   "target": ("<= " if "atMost" in target else ">= ") + str(bound), "met": met}
+        for name, size in sizes(target["figure"], names):
+            other = target["other"].replace("*", size) if "other" in target else None
+            if other is None or other in names:
+                yield target, name, other
 
 
-def table(report):
-    yield f"{'what':26} {'mode':12} {'case':34} {'figure':>12} {'other':>12} {'ratio':>8}  target    met"
-    for row in report:
-        yield (f"{row['what']:26} {row['mode']:12} {row['name']:34} {row['figure']:12.1f} {row['otherFigure']:12.1f}"
-               f" {row['ratio']:8.3f}  {row['target']:9} {'yes' if row['met'] else 'NO'}")
-    yield f"{sum(row['met'] for row in report)} of {len(report)} targets met"
+def row(target, name, other, measured):
+    figure = measured[name]
+    against = measured[other] if other else 1.0
+    ratio = figure / against if against else float("inf")
+    bound = target.get("atMost", target.get("atLeast"))
+    met = ratio <= bound if "atMost" in target else ratio >= bound
+    return {"what": target["what"], "mode": target["mode"], "name": name, "figure": figure, "other": other,
+            "otherFigure": against if other else None, "ratio": ratio,
+            "target": ("<= " if "atMost" in target else ">= ") + f"{bound:g}", "met": met}
 
 
-def worse_than(baseline, report, tolerance):
-    """The rows whose ratio is worse than the baseline's by more than the tolerance."""
-    for row in report:
-        known = baseline.get(row["what"] + " " + row["name"])
-        if known is None:
-            continue
-        change = row["ratio"] / known if row["target"].startswith("<") else known / row["ratio"]
-        if change > 1 + tolerance:
-            yield f"{row['name']}: ratio {row['ratio']:.3f}, baseline {known:.3f}"
+def worsened(baseline, rows):
+    """What is worse than the baseline by more than the tolerance, or stands in only one of the two."""
+    ratios = {key(one): one for one in rows}
+    for name in sorted(baseline.keys() ^ ratios.keys()):
+        yield f"{name}: only in {'the baseline' if name in baseline else 'this run'}; write a new baseline"
+    for name in sorted(baseline.keys() & ratios.keys()):
+        now, known = ratios[name]["ratio"], baseline[name]
+        change = now / known if ratios[name]["target"].startswith("<") else known / now
+        if change > 1 + TOLERANCE:
+            yield f"{name}: {now:.4g}, baseline {known:.4g}"
 
 
-def main():
-    here = os.path.dirname(os.path.abspath(__file__))
+def key(row):
+    return f"{row['name']} / {row['other']}" if row["other"] else row["name"]
+
+
+def ratios(rows):
+    return {key(one): float(f"{one['ratio']:.4g}") for one in rows}
+
+
+def is_checked(name):
+    """What --check measures: the mechanisms, and the main job on the small device."""
+    parts = name.split("/")
+    return not name.startswith(("growth.", "heap.")) and (not name.startswith("job.") or parts[1] == "4x4x32") and (
+        parts[1] != "65536")
+
+
+def parse():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", help="the benchmark program")
+    parser.add_argument("--lttng", metavar="PROGRAM", help="the program that measures LTTng-UST, in the time mode only")
+    parser.add_argument("--programs", metavar="FOLDER", help="where oru-agent and oru-launcher are, to measure them too, "
+                        "in the time mode only")
     parser.add_argument("--filter", default="*", help="cases by name, with * and ? (default: all)")
     parser.add_argument("--mode", choices=["instructions", "time", "both"], default="both")
     parser.add_argument("--repetitions", type=int, default=9, help="of the time mode (default: 9)")
-    parser.add_argument("--output", default="report.json", help="the machine-readable report")
-    parser.add_argument("--baseline", help="fail when an instruction ratio is more than 10 %% worse than in this file")
-    parser.add_argument("--write-baseline", help="write this run's instruction ratios to this file")
-    arguments = parser.parse_args()
+    parser.add_argument("--output", help="the machine-readable report")
+    parser.add_argument("--page", help="folder of performance.md, whose tables and plot are written anew")
+    parser.add_argument("--check", metavar="BASELINE",
+                        help="only the instruction ratios of the mechanisms and of the small device; fails when one is "
+                             "more than 10 %% worse than in this file")
+    parser.add_argument("--write-baseline", metavar="BASELINE", help="write what --check measures to this file")
+    return parser.parse_args()
 
-    chosen = {name: n for name, n in cases(arguments.program).items() if fnmatch.fnmatchcase(name, arguments.filter)}
-    if not chosen:
-        sys.exit(f"bench: no case matches {arguments.filter}")
+
+def measure(program, chosen, pairs_in_time, arguments):
     figures = {}
     if arguments.mode != "time":
         print(f"counting the instructions of {len(chosen)} cases", file=sys.stderr)
-        figures["instructions"] = all_instructions(arguments.program, chosen)
+        figures["instructions"] = program.instructions(chosen)
+        figures["count"] = program.counted(sorted(program.counts))
     if arguments.mode != "instructions":
-        print(f"timing {len(chosen)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
-        figures["time"] = all_times(arguments.program, chosen, arguments.repetitions)
+        timed = {name for _, *both in pairs_in_time for name in both if name in chosen}
+        timed = sorted(timed.union(name for name in chosen if name.startswith("record.")))
+        print(f"timing {len(timed)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
+        figures["time"] = program.times(timed, arguments.repetitions)
+        if arguments.lttng:
+            figures["time"].update(lttng_times(arguments))
+        if arguments.programs:
+            print("measuring the programs", file=sys.stderr)
+            figures["program"] = programs.measure(arguments.programs, os.path.dirname(arguments.program))
+    return figures
 
-    with open(os.path.join(here, "targets.json")) as file:
-        report = list(rows(json.load(file), figures))
-    with open(arguments.output, "w") as file:
-        json.dump({"version": 1, "figures": figures, "rows": report}, file, indent=1)
-    print("\n".join(table(report)))
 
-    ratios = {row["what"] + " " + row["name"]: round(row["ratio"], 4) for row in report if row["mode"] == "instructions"}
+def lttng_times(arguments):
+    try:
+        with lttng_session.session():
+            tracer = Program(arguments.lttng)
+            return tracer.times(tracer.operations, arguments.repetitions)
+    except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
+        print(f"bench: LTTng-UST is left out: {error}", file=sys.stderr)
+        return {}
+
+
+def main():
+    arguments = parse()
+    if arguments.check or arguments.write_baseline:
+        arguments.mode = "instructions"
+    with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "targets.json")) as file:
+        targets = json.load(file)
+    program = Program(arguments.program)
+    chosen = [name for name in program.operations if fnmatch.fnmatchcase(name, arguments.filter)]
+    if arguments.check or arguments.write_baseline:
+        wanted = [target for target in targets if target["mode"] == "instructions"]
+        chosen = sorted({name for _, *both in pairs(wanted, [name for name in chosen if is_checked(name)])
+                         for name in both if name})
+    if not chosen:
+        sys.exit(f"bench: no case matches {arguments.filter}")
+
+    figures = measure(program, chosen, pairs(targets, chosen), arguments)
+    measured = {name for mode in figures.values() for name in mode}
+    rows = [row(*pair, figures[pair[0]["mode"]]) for pair in pairs(targets, measured)
+            if pair[1] in figures.get(pair[0]["mode"], {})]
+    for line in page.text_table(rows):
+        print(line)
+
+    about = page.machine(program)
+    if arguments.output:
+        with open(arguments.output, "w") as file:
+            json.dump({"version": 1, "machine": about, "figures": figures, "rows": rows}, file, indent=1)
+    if arguments.page:
+        page.write(arguments.page, about, rows, figures)
     if arguments.write_baseline:
         with open(arguments.write_baseline, "w") as file:
-            json.dump(ratios, file, indent=1)
+            json.dump(ratios(rows), file, indent=1)
             file.write("\n")
-    if arguments.baseline:
-        with open(arguments.baseline) as file:
-            worse = list(worse_than(json.load(file), report, 0.10))
+    if arguments.check:
+        with open(arguments.check) as file:
+            worse = list(worsened(json.load(file), rows))
         if worse:
-            sys.exit("bench: worse than the baseline by more than 10 %:\n" + "\n".join(worse))
+            sys.exit("bench: worse than the baseline by more than 10 %:\n  " + "\n  ".join(worse))
+        print("no ratio is more than 10 % worse than the baseline")
 
 
 if __name__ == "__main__":

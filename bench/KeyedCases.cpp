@@ -1,0 +1,194 @@
+// The keyed collection, name to pointer, beside the hash tables that one would use instead. The
+// figure is per member: per hit, per miss, per removal with re-insertion, per step of an iteration,
+// per removal while iterating.
+
+#include <absl/container/flat_hash_map.h>
+
+#include <boost/multi_index/hashed_index.hpp>
+#include <boost/multi_index/member.hpp>
+#include <boost/multi_index/sequenced_index.hpp>
+#include <boost/multi_index_container.hpp>
+#include <boost/version.hpp>
+#if BOOST_VERSION >= 108100
+#include <boost/unordered/unordered_flat_map.hpp>
+#else
+#include <boost/unordered_map.hpp>
+#endif
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "bench/Case.h"
+#include "runtime/kesh/HashMap2018.h"
+
+namespace Bench {
+
+namespace {
+
+using Vunda::String;
+
+std::string memberName(std::size_t i) {
+  return "Ethernet" + std::to_string(i / 64) + "/" + std::to_string(i % 64);
+}
+
+template <class Key>
+struct Names {
+  explicit Names(std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      present.push_back(Key(memberName(i)));
+      absent.push_back(Key("x" + memberName(i)));
+    }
+  }
+  std::vector<Key> present, absent;
+};
+
+// Each table as the cases see it: `value` is what every member holds.
+
+struct HN_Bench;
+
+struct Ours {
+  using Key = String;
+  Kesh::HashMap2018<HN_Bench, String, void*> map;
+
+  void insert(Key const& key, void* value) { map.memberIs(key, value); }
+  void erase(Key const& key) { map.deleteMember(key); }
+  bool find(Key const& key) { return map.lookup(key) != nullptr; }
+  void iterate() {
+    for (auto it = map.iterator(); it; ++it) {
+      void* value = it.value();
+      hide(value);
+    }
+  }
+  void eraseAll() {
+    for (auto it = map.iterator(); it; ++it) map.deleteMember(it.key());
+  }
+};
+
+template <class Map>
+struct Table {
+  using Key = std::string;
+  Map map;
+
+  void insert(Key const& key, void* value) { map.insert_or_assign(key, value); }
+  void erase(Key const& key) { map.erase(key); }
+  bool find(Key const& key) { return map.find(key) != map.end(); }
+  void iterate() {
+    for (auto const& member : map) {
+      void* value = member.second;
+      hide(value);
+    }
+  }
+  void eraseAll() {
+    for (auto it = map.begin(); it != map.end();) map.erase(it++);
+  }
+};
+
+// With a second index that keeps the order of insertion, as ours does.
+struct MultiIndex {
+  struct Member {
+    std::string key;
+    void* value;
+  };
+  using Key = std::string;
+  boost::multi_index_container<
+      Member,
+      boost::multi_index::indexed_by<boost::multi_index::hashed_unique<boost::multi_index::member<
+                                         Member, std::string, &Member::key>>,
+                                     boost::multi_index::sequenced<>>>
+      map;
+
+  void insert(Key const& key, void* value) { map.insert({key, value}); }
+  void erase(Key const& key) { map.erase(key); }
+  bool find(Key const& key) { return map.find(key) != map.end(); }
+  void iterate() {
+    for (auto const& member : map.get<1>()) {
+      void* value = member.value;
+      hide(value);
+    }
+  }
+  void eraseAll() {
+    auto& inOrder = map.get<1>();
+    for (auto it = inOrder.begin(); it != inOrder.end();) it = inOrder.erase(it);
+  }
+};
+
+template <class Who>
+struct Filled : Names<typename Who::Key> {
+  explicit Filled(std::size_t count) : Names<typename Who::Key>(count) { fill(); }
+  void fill() {
+    for (auto const& key : this->present) table.insert(key, this);
+  }
+  Who table;
+};
+
+template <class Who, class Action>
+void add(char const* what, std::size_t size, char const* who, Action action) {
+  std::uint64_t const operations = size * (size < 1000 ? 1000 / size + 1 : 1);
+  Register("keyed." + std::string(what) + "/" + std::to_string(size) + "/" + who, operations,
+           [=]() -> Body {
+             auto const filled = std::make_shared<Filled<Who>>(size);
+             return [filled, action, size](Meter& meter, std::uint64_t n) {
+               for (std::uint64_t done = 0; done < n; done += size) action(*filled, meter);
+             };
+           });
+}
+
+template <class Who>
+void add(std::size_t size, char const* who) {
+  add<Who>("hit", size, who, [](Filled<Who>& in, Meter& meter) {
+    meter.start();
+    for (auto const& key : in.present) {
+      bool found = in.table.find(key);
+      hide(found);
+    }
+    meter.stop();
+  });
+  add<Who>("miss", size, who, [](Filled<Who>& in, Meter& meter) {
+    meter.start();
+    for (auto const& key : in.absent) {
+      bool found = in.table.find(key);
+      hide(found);
+    }
+    meter.stop();
+  });
+  add<Who>("churn", size, who, [](Filled<Who>& in, Meter& meter) {
+    meter.start();
+    for (auto const& key : in.present) {
+      in.table.erase(key);
+      in.table.insert(key, &in);
+    }
+    meter.stop();
+  });
+  add<Who>("iterate", size, who, [](Filled<Who>& in, Meter& meter) {
+    meter.start();
+    in.table.iterate();
+    meter.stop();
+  });
+  add<Who>("erase-all", size, who, [](Filled<Who>& in, Meter& meter) {
+    meter.start();
+    in.table.eraseAll();
+    meter.stop();
+    in.fill();
+  });
+}
+
+struct RegisterKeyed {
+  RegisterKeyed() {
+    for (std::size_t const size : {8U, 64U, 4096U, 65536U}) {
+      add<Ours>(size, "ours");
+      add<Table<absl::flat_hash_map<std::string, void*>>>(size, "abseil");
+      add<Table<std::unordered_map<std::string, void*>>>(size, "std");
+#if BOOST_VERSION >= 108100
+      add<Table<boost::unordered_flat_map<std::string, void*>>>(size, "boost");
+#else
+      add<Table<boost::unordered_map<std::string, void*>>>(size, "boost");
+#endif
+      add<MultiIndex>(size, "multi_index");
+    }
+  }
+} const registerKeyed;
+
+}  // namespace
+
+}  // namespace Bench

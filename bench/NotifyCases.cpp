@@ -1,0 +1,141 @@
+// Notification of 1, 8 and 64 subscribers, subscription, and a subscriber that removes itself. The
+// figure is per notification of all subscribers, and per subscription with its end.
+
+#include <boost/signals2/signal.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/Case.h"
+#include "runtime/kesh/Entity.h"
+#include "runtime/vunda/Subscriber.h"
+
+namespace Bench {
+
+namespace {
+
+using Vunda::FieldId;
+
+std::uint64_t calls = 0;
+
+class Source : public Kesh::Entity {
+ public:
+  Source() : Entity("source") {}
+  void change() { publisher_.publishChange(FieldId(1), nullptr, nullptr); }
+};
+
+void countCall(Vunda::Publisher*, Vunda::Subscriber*, FieldId, void const*, void const*) noexcept {
+  ++calls;
+}
+
+struct Subscribers {
+  explicit Subscribers(std::size_t count) : slots(count) {
+    for (auto& slot : slots) slot.subscribeTo(source, &countCall);
+  }
+  ~Subscribers() {
+    for (auto& slot : slots) slot.unsubscribeFrom(source);
+  }
+  Vunda::Ptr<Source> const source = Vunda::makeNode<Source>();
+  std::vector<Vunda::Subscriber> slots;
+};
+
+void addNotification(std::size_t count) {
+  std::string const name = "notify/" + std::to_string(count);
+  Register(name + "/ours", 1000, [count]() -> Body {
+    auto const subscribers = std::make_shared<Subscribers>(count);
+    return metered([subscribers](std::uint64_t n) {
+      for (std::uint64_t i = 0; i < n; ++i) subscribers->source->change();
+    });
+  });
+  Register(name + "/floor", 1000, [count]() -> Body {
+    using Functions = std::vector<Vunda::Subscriber::Callback>;
+    auto const functions = std::make_shared<Functions>(count, &countCall);
+    return metered([functions](std::uint64_t n) {
+      for (std::uint64_t i = 0; i < n; ++i) {
+        Functions* all = functions.get();
+        hide(all);
+        for (auto const function : *all) function(nullptr, nullptr, FieldId(1), nullptr, nullptr);
+      }
+    });
+  });
+  Register(name + "/boost", 1000, [count]() -> Body {
+    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
+    for (std::size_t i = 0; i < count; ++i) signal->connect([](int) { ++calls; });
+    return metered([signal](std::uint64_t n) {
+      for (std::uint64_t i = 0; i < n; ++i) (*signal)(1);
+    });
+  });
+}
+
+void addSubscription() {
+  Register("subscribe/1/ours", 1000, []() -> Body {
+    auto const source = Vunda::makeNode<Source>();
+    return metered([source](std::uint64_t n) {
+      Vunda::Subscriber slot;
+      for (std::uint64_t i = 0; i < n; ++i) {
+        slot.subscribeTo(*source, &countCall);
+        slot.unsubscribeFrom(*source);
+      }
+    });
+  });
+  Register("subscribe/1/boost", 1000, []() -> Body {
+    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
+    return metered([signal](std::uint64_t n) {
+      for (std::uint64_t i = 0; i < n; ++i) signal->connect([](int) { ++calls; }).disconnect();
+    });
+  });
+}
+
+// Eight subscribers, of which the fourth goes when it is called, or stays. Metered is the delivery;
+// the one that went comes back between two of them.
+constexpr std::size_t some = 8;
+constexpr std::size_t leaver = 3;
+
+struct LeavingSlot : Vunda::Subscriber {
+  explicit LeavingSlot(Source& from) : source(from) {}
+  Source& source;
+};
+
+void leave(Vunda::Publisher*, Vunda::Subscriber* slot, FieldId, void const*, void const*) noexcept {
+  ++calls;
+  auto* const self = static_cast<LeavingSlot*>(slot);
+  self->unsubscribeFrom(self->source);
+}
+
+void stay(Vunda::Publisher*, Vunda::Subscriber*, FieldId, void const*, void const*) noexcept {
+  ++calls;
+}
+
+Body delivery(Vunda::Subscriber::Callback callback) {
+  auto const all = std::make_shared<Subscribers>(some);
+  auto const slot = std::make_shared<LeavingSlot>(*all->source);
+  return [=](Meter& meter, std::uint64_t n) {
+    all->slots[leaver].unsubscribeFrom(all->source);
+    for (std::uint64_t i = 0; i < n; ++i) {
+      // The order of the others is kept: those behind the leaver come behind it again.
+      slot->subscribeTo(all->source, callback);
+      for (std::size_t behind = leaver + 1; behind < some; ++behind) {
+        all->slots[behind].unsubscribeFrom(all->source);
+        all->slots[behind].subscribeTo(all->source, &countCall);
+      }
+      meter.start();
+      all->source->change();
+      meter.stop();
+      if (slot->subscribed()) slot->unsubscribeFrom(all->source);
+    }
+    all->slots[leaver].subscribeTo(all->source, &countCall);
+  };
+}
+
+struct RegisterNotifications {
+  RegisterNotifications() {
+    for (std::size_t const count : {1U, 8U, 64U}) addNotification(count);
+    addSubscription();
+    Register("self-removal/8/ours", 1000, [] { return delivery(&leave); });
+    Register("self-removal/8/plain", 1000, [] { return delivery(&stay); });
+  }
+} const registerNotifications;
+
+}  // namespace
+
+}  // namespace Bench

@@ -1,0 +1,98 @@
+// Copy and release of a counted pointer, with the thread-safe mode off and on.
+
+#include <atomic>
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "bench/Case.h"
+#include "runtime/kesh/Entity.h"
+#include "runtime/vunda/ThreadControl.h"
+
+namespace Bench {
+
+namespace {
+
+using Vunda::Ptr;
+
+class Thing : public Kesh::Entity {
+ public:
+  Thing() : Entity("thing") {}
+};
+
+template <class Counter>
+struct Counted {
+  Counter users{0};
+
+  friend void intrusive_ptr_add_ref(Counted* thing) { ++thing->users; }
+  friend void intrusive_ptr_release(Counted* thing) {
+    if (--thing->users == 0) delete thing;
+  }
+};
+
+// Whatever pointer: a copy, and its release.
+template <class Pointer>
+Body copyAndRelease(Pointer const& pointer) {
+  return metered([pointer](std::uint64_t n) {
+    for (std::uint64_t i = 0; i < n; ++i) {
+      Pointer copy = pointer;
+      hide(copy);
+    }
+  });
+}
+
+// The least: one word goes up and down.
+template <class Up, class Down>
+Body counter(Up up, Down down) {
+  auto const count = std::make_shared<std::uint32_t>(1);
+  return metered([count, up, down](std::uint64_t n) {
+    std::uint32_t* const raw = count.get();
+    for (std::uint64_t i = 0; i < n; ++i) {
+      up(raw);
+      std::uint32_t* copy = raw;
+      hide(copy);
+      if (down(copy) == 0) std::abort();
+    }
+  });
+}
+
+Body ours(bool threadSafe) {
+  Body const body = copyAndRelease(Vunda::makeNode<Thing>());
+  return [body, threadSafe](Meter& meter, std::uint64_t n) {
+    Vunda::ThreadControl::tsp_ = threadSafe;
+    body(meter, n);
+    Vunda::ThreadControl::tsp_ = false;
+  };
+}
+
+struct RegisterPointers {
+  RegisterPointers() {
+    Register("pointer/clear/ours", 1000, [] { return ours(false); });
+    Register("pointer/clear/floor", 1000, [] {
+      return counter([](std::uint32_t* count) { ++*count; },
+                     [](std::uint32_t* count) { return --*count; });
+    });
+    Register("pointer/clear/intrusive_ptr", 1000, [] {
+      using Unsafe = Counted<std::uint32_t>;
+      return copyAndRelease(boost::intrusive_ptr<Unsafe>(new Unsafe));
+    });
+    Register("pointer/clear/shared_ptr", 1000,
+             [] { return copyAndRelease(std::make_shared<int>(1)); });
+
+    Register("pointer/set/ours", 1000, [] { return ours(true); });
+    Register("pointer/set/floor", 1000, [] {
+      return counter(
+          [](std::uint32_t* count) { __atomic_fetch_add(count, 1U, __ATOMIC_RELAXED); },
+          [](std::uint32_t* count) { return __atomic_sub_fetch(count, 1U, __ATOMIC_ACQ_REL); });
+    });
+    Register("pointer/set/intrusive_ptr", 1000, [] {
+      using Safe = Counted<std::atomic<std::uint32_t>>;
+      return copyAndRelease(boost::intrusive_ptr<Safe>(new Safe));
+    });
+  }
+} const registerPointers;
+
+}  // namespace
+
+}  // namespace Bench

@@ -1,0 +1,62 @@
+"""Runs the cases of a benchmark program.
+
+Instructions: callgrind counts them in the metered part of each case; exact and repeatable. Time: Google Benchmark, its
+repetitions interleaved at random, on one core; the median counts. Counts: what the program counts itself.
+Every figure is per operation.
+"""
+
+import concurrent.futures
+import json
+import os
+import re
+import subprocess
+import sys
+
+
+class Program:
+    def __init__(self, path):
+        self.path = path
+        self.operations = {}
+        self.counts = set()
+        for line in self._output("--list").splitlines():
+            kind, name, operations = line.split()
+            if kind == "case":
+                self.operations[name] = int(operations)
+            else:
+                self.counts.add(name)
+
+    def _output(self, *arguments):
+        return subprocess.run([self.path, *arguments], check=True, capture_output=True, text=True).stdout
+
+    def about(self):
+        return self._output("--about").strip()
+
+    def instructions(self, names):
+        def one(name):
+            run = subprocess.run(
+                ["valgrind", "--tool=callgrind", "--instr-atstart=no", "--collect-atstart=no",
+                 "--callgrind-out-file=/dev/null", self.path, "--instructions", name], capture_output=True, text=True)
+            collected = re.search(r"Collected : (\d+)", run.stderr)
+            if run.returncode != 0 or not collected:
+                raise RuntimeError(f"{name} failed under callgrind:\n{run.stderr}")
+            return int(collected.group(1)) / self.operations[name]
+
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            return dict(zip(names, pool.map(one, names)))
+
+    def times(self, names, repetitions):
+        """Nanoseconds; on the last core, since interrupts tend to go to the first."""
+        pattern = "^(" + "|".join(re.escape(name) for name in names) + ")/"
+        run = subprocess.run(
+            ["taskset", "-c", str(os.cpu_count() - 1), self.path, f"--benchmark_filter={pattern}",
+             f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true",
+             "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.05", "--benchmark_format=json"],
+            stdout=subprocess.PIPE, text=True)
+        if run.returncode != 0:
+            sys.exit("bench: the time mode failed")
+        return {name: one["real_time"] / self.operations[name]
+                for one in json.loads(run.stdout)["benchmarks"] if one["aggregate_name"] == "median"
+                for name in [one["run_name"].removesuffix("/manual_time")]}
+
+    def counted(self, names):
+        return {name: float(self._output("--count", name)) for name in names}
