@@ -184,40 +184,12 @@ TEST_F(ResetRequestSmTest, MachinesHeldBeyondTheDirectorysMachineAreCutOffAndDel
   EXPECT_TRUE(record("Chip1"));
 }
 
-TEST_F(ResetRequestSmTest, AMachineReleasedWhileItRemovesARequestLivesUntilThatIsDone) {
-  requestChip("Chip1", 7);
-  observeWrites();
-  std::size_t alive = 0;
-  journal_.hookIs([&](std::string const& line) {
-    if (line != "-resetStatus/ops/chip,Chip1,Slice1") return;
-    device.resetRequestDir->deleteEntity("ops");
-    alive = ResetRequestSm::typeInfo().liveCount();
-  });
-  ResetRequestSm* const machine = resetSm().ptr();
-  EXPECT_TRUE(machine->resetSmDel(key("Chip1")));
-  EXPECT_EQ(alive, 1u);
-  EXPECT_EQ(ResetRequestSm::typeInfo().liveCount(), 0u);
-}
-
 TEST_F(ResetRequestSmTest, ResetSmDelAllDeletesEveryMachineAndRecord) {
   for (char const* name : {"Chip1", "Chip2", "Chip3"}) requestChip(name, 7);
   resetSm()->resetSmDelAll();
   EXPECT_EQ(resetSm()->resetSm().size(), 0u);
   EXPECT_EQ(records()->resetStatus().size(), 0u);
   EXPECT_EQ(requestDir()->resetRequest().size(), 3u);
-}
-
-TEST_F(ResetRequestSmTest, ResetSmDelAllIteratesOnce) {
-  for (char const* name : {"Chip1", "Chip2"}) requestChip(name, 7);
-  observeWrites();
-  int returned = 0;
-  journal_.hookIs([&](std::string const& line) {
-    if (line != "-resetStatus/ops/chip,Chip1,Slice1" || returned++ > 0) return;
-    resetSm()->resetSmIs(requestDir()->resetRequest(key("Chip1")));
-  });
-  resetSm()->resetSmDelAll();
-  EXPECT_EQ(returned, 2);
-  EXPECT_FALSE(nested("Chip2"));
 }
 
 TEST_F(ResetRequestSmTest, ResetSmDelAllTakesEachKeyFromTheBoundEntry) {
@@ -275,16 +247,6 @@ TEST_F(ResetRequestSmTest, AnUnchangedZombieFlagReachesNobody) {
   nested("Chip1")->keshDoZombieReactors(true);
   resetSm()->keshDoZombieReactors(false);
   EXPECT_TRUE(nested("Chip1")->zombieReactors());
-}
-
-TEST_F(ResetRequestSmTest, NotificationsAreOffBeforeTheRecordOfAZombieGoes) {
-  auto const entry = request(ResetType::chip, "Chip1", "Slice1", 7);
-  observeWrites();
-  journal_.hookIs([&](std::string const& line) {
-    if (line == "-resetStatus/ops/chip,Chip1,Slice1") entry->genTimeIs(Duration(9));
-  });
-  nested("Chip1")->keshDoZombieReactors(true);
-  EXPECT_FALSE(record("Chip1"));
 }
 
 TEST_F(ResetRequestSmTest, TheZombieFlagOfAMachineWithoutEntrySwitchesNoNotifications) {
@@ -352,88 +314,6 @@ TEST_F(ResetRequestSmTest, WithoutARequestDirectoryItIsInert) {
   machine->keshDoZombieReactors(true);
   machine->resetSmDelAll();
   EXPECT_EQ(journal(), "");
-}
-
-TEST_F(ResetRequestSmTest, ARequestGivenTwiceToAMachineWithoutDirectoryGetsOneMachine) {
-  auto const status = Vunda::makeNode<ResetStatusDir>("ops");
-  auto const machine = ResetRequestSm::ResetRequestSmIs("ops", nullptr, status, root.ptr());
-  auto const entry = makeRequest(ResetKey(ResetType::featureAgents, "", ""), 7);
-  helper->once("featureAgentResetRequested", [&] { machine->resetSmIs(entry); });
-  machine->resetSmIs(entry);
-  EXPECT_EQ(machine->resetSm(entry->key())->resetSm(), entry.ptr());
-  EXPECT_EQ(status->resetStatus().size(), 1u);
-}
-
-TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItsMachineIsMadeLeavesNothing) {
-  helper->once("featureAgentResetRequested", [&] { withdraw(ResetType::featureAgents, "", ""); });
-  auto const entry = request(ResetType::featureAgents, "", "", 7);
-  EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
-  EXPECT_EQ(subscribers(*entry), 0u);
-}
-
-TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItIsCarriedOutAgainIsNotRecorded) {
-  auto const entry = request(ResetType::featureAgents, "", "", 7);
-  helper->once("featureAgentResetRequested", [&] { withdraw(ResetType::featureAgents, "", ""); });
-  entry->genTimeIs(Duration(8));
-  EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
-  EXPECT_EQ(subscribers(*entry), 0u);
-}
-
-TEST_F(ResetRequestSmTest, ARequestWithdrawnWhileItsMachineIsReboundStaysCutOff) {
-  auto const held = [&] {
-    auto const first = request(ResetType::featureAgents, "", "", 7);
-    return resetSm()->resetSm(first->key());
-  }();
-  helper->once("featureAgentResetRequested", [&] { withdraw(ResetType::featureAgents, "", ""); });
-  auto const entry = request(ResetType::featureAgents, "", "", 9);
-  EXPECT_TRUE(held->zombieReactors());
-  EXPECT_FALSE(held->hasNotificationActive());
-  entry->genTimeIs(Duration(10));
-  EXPECT_EQ(state(), "resetStatus/ops\nresetSm/ops\n");
-}
-
-TEST_F(ResetRequestSmTest, ANewTimeDuringTheFirstCarryingOutIsCarriedOutToo) {
-  auto const entry = makeRequest(ResetKey(ResetType::featureAgents, "", ""), 7);
-  helper->once("featureAgentResetRequested", [&] { entry->genTimeIs(Duration(8)); });
-  requestDirAppears();
-  journal();
-  requestDir()->resetRequestIs(entry);
-  EXPECT_EQ(journal(), lines(R"(
-    helper.featureAgentResetRequested 7
-    helper.featureAgentResetRequested 8
-  )"));
-  EXPECT_EQ(records()->resetStatus(entry->key())->genTime(), Duration(8));
-}
-
-TEST_F(ResetRequestSmTest, ARequestReplacedWhileItsMachineIsMadeEndsBoundToTheNewOne) {
-  helper->once("featureAgentResetRequested", [&] { request(ResetType::featureAgents, "", "", 9); });
-  auto const first = request(ResetType::featureAgents, "", "", 7);
-  ResetKey const wanted(ResetType::featureAgents, "", "");
-  EXPECT_EQ(resetSm()->resetSm(wanted)->resetSm(), requestDir()->resetRequest(wanted).ptr());
-  EXPECT_EQ(records()->resetStatus(wanted)->genTime(), Duration(9));
-  EXPECT_EQ(subscribers(*first), 0u);
-}
-
-TEST_F(ResetRequestSmTest, ARequestAskedForAgainWhileItsMachineIsMadeIsSkipped) {
-  helper->once("featureAgentResetRequested", [&] {
-    resetSm()->resetSmIs(requestDir()->resetRequest(ResetKey(ResetType::featureAgents, "", "")));
-  });
-  requestDirAppears();
-  journal();
-  request(ResetType::featureAgents, "", "", 7);
-  EXPECT_EQ(journal(), lines(R"(
-    helper.featureAgentResetRequested 7
-    3 Skip creating resetSm for featureAgents,, because it is being created
-  )"));
-  EXPECT_EQ(resetSm()->resetSm().size(), 1u);
-}
-
-TEST_F(ResetRequestSmTest, TheDirectoryReleasedWhileARequestIsCarriedOutEndsQuietly) {
-  auto const entry = request(ResetType::featureAgents, "", "", 7);
-  helper->once("featureAgentResetRequested", [&] { device.resetRequestDir->deleteEntity("ops"); });
-  entry->genTimeIs(Duration(8));
-  EXPECT_FALSE(resetSm());
-  EXPECT_EQ(subscribers(*entry), 0u);
 }
 
 using ResetRequestSmDeathTest = ResetRequestSmTest;

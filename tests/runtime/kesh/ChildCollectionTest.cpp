@@ -150,6 +150,14 @@ TEST_F(ChildCollectionTest, RemovingAChildUnderConstructionDisturbsItsConstructi
   EXPECT_THAT(story_.events, ElementsAre("a initial", "root disturbed"));
 }
 
+TEST_F(ChildCollectionTest, RemovingAnotherChildDisturbsNoConstruction) {
+  root_->itemIs("b", dir_);
+  story_.events.clear();
+  onEvent("a initial", [&] { EXPECT_TRUE(items().childDel("b")); });
+  root_->itemIs("a", dir_);
+  EXPECT_THAT(story_.events, ElementsAre("a initial", "b destroyed"));
+}
+
 TEST_F(ChildCollectionTest, RemovingAllDisturbsEveryConstruction) {
   story_.onEvent = [this](std::string const& event) {
     if (event == "a initial") root_->itemIs("b", dir_);
@@ -187,6 +195,23 @@ TEST_F(ChildCollectionTest, AnOuterConstructionIsDisturbedFromWithinAnInnerOne) 
   EXPECT_THAT(story_.events, ElementsAre("a initial", "b initial", "root disturbed"));
   EXPECT_TRUE(items().child("a"));
   EXPECT_TRUE(items().child("b"));
+}
+
+TEST_F(ChildCollectionTest, AnOuterConstructionIsStillKnownAfterAnInnerOneEnded) {
+  onEvent("a initial", [&] {
+    root_->itemIs("b", dir_);
+    EXPECT_EQ(root_->itemIs("a", dir_), nullptr);
+  });
+  root_->itemIs("a", dir_);
+  EXPECT_THAT(story_.events, ElementsAre("a initial", "b initial", "root disturbed"));
+}
+
+TEST_F(ChildCollectionTest, AConstructionKeepsItsKeyWhateverBecomesOfTheCallers) {
+  String name("a");
+  onEvent("a initial", [&] { name = "b"; });
+  root_->itemIs(name, dir_);
+  EXPECT_TRUE(items().child("a"));
+  EXPECT_FALSE(items().child("b"));
 }
 
 TEST_F(ChildCollectionTest, AConstructionThatThrowsLeavesNothingAndMayBeTriedAgain) {

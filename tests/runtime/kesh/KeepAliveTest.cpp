@@ -68,16 +68,31 @@ TEST_F(KeepAliveTest, AMachineMayHaveNoParent) {
   EXPECT_EQ(orphan->useCount(), 1U);
 }
 
-TEST_F(KeepAliveTest, CountsNothingOnceTheCountIsZero) {
+TEST_F(KeepAliveTest, CountsNothingOnceTheCountIsZeroButKeepsTheParent) {
   struct Ending : Child {
     using Child::Child;
-    ~Ending() override { KeepAlive<Child> const keepAlive(*this); }
+    ~Ending() override {
+      KeepAlive<Child> const keepAlive(*this);
+      EXPECT_EQ(useCount(), 0U);
+      EXPECT_EQ(above->useCount(), 2U);
+    }
   };
   auto const parent = makeNode<Parent>(nullptr);
   auto ending = makeNode<Ending>(parent.ptr());
   ending = nullptr;
   EXPECT_THAT(ends, ElementsAre("child"));
   EXPECT_EQ(parent->useCount(), 1U);
+}
+
+TEST_F(KeepAliveTest, CountsNothingForARootThatIsBeingDestroyed) {
+  struct Ending : Grandparent {
+    ~Ending() override {
+      KeepAlive<Grandparent> const keepAlive(*this);
+      EXPECT_EQ(useCount(), 0U);
+    }
+  };
+  makeNode<Ending>();
+  EXPECT_THAT(ends, ElementsAre("grandparent"));
 }
 
 TEST_F(KeepAliveTest, LeavesAParentAloneThatIsBeingDestroyed) {

@@ -81,6 +81,19 @@ TEST_F(StateMachineTest, AParentIsToldBeforeItsChildren) {
               ElementsAre("root second b", "one sees b", "two sees b"));
 }
 
+TEST_F(StateMachineTest, SubscribesInTheOrderOfDeclaration) {
+  second_ = first_;
+  auto const root = makeRoot();
+  EXPECT_THAT(
+      eventsOf([&] { first_->createEntity("Kesh::Dir", "a"); }),
+      ElementsAre("root first a", "root second a", "single sees a", "one sees a", "two sees a"));
+  root->hasNotificationActiveIs(false);
+  root->hasNotificationActiveIs(true);
+  EXPECT_THAT(
+      eventsOf([&] { first_->createEntity("Kesh::Dir", "b"); }),
+      ElementsAre("root first b", "root second b", "single sees b", "one sees b", "two sees b"));
+}
+
 TEST_F(StateMachineTest, ANullNodeIsNeverSubscribedTo) {
   auto const item = ItemSm::ItemSmIs(nullptr, story_, "item", nullptr);
   EXPECT_FALSE(item->subscribed());
@@ -202,9 +215,12 @@ TEST_F(StateMachineTest, SwitchingSetsTheZombieFlagAsARawFlagWhileItLasts) {
 struct Observed : Kesh::StateMachine<Observed> {
   static constexpr char const* typeName = "OruTest::Observed";
   struct Child : Node {
-    void hasNotificationActiveIs(bool) { parentWasZombie = parent->zombieReactors(); }
+    void hasNotificationActiveIs(bool) {
+      parentWasZombie = parent->zombieReactors();
+      parentWasActive = parent->hasNotificationActive();
+    }
     Observed* parent = nullptr;
-    bool parentWasZombie = false;
+    bool parentWasZombie = false, parentWasActive = false;
   };
 
   ~Observed() override {
@@ -216,12 +232,15 @@ struct Observed : Kesh::StateMachine<Observed> {
   Ptr<Child> child = makeNode<Child>();
 };
 
-TEST_F(StateMachineTest, TheMachineIsAZombieWhileItsChildrenAreSwitched) {
+TEST_F(StateMachineTest, TheMachineIsSwitchedAndAZombieWhileItsChildrenAreSwitched) {
   auto const machine = makeNode<Observed>();
   machine->child->parent = machine.ptr();
-  machine->hasNotificationActiveIs(true);
-  EXPECT_TRUE(machine->child->parentWasZombie);
-  EXPECT_FALSE(machine->zombieReactors());
+  for (bool const active : {true, false}) {
+    machine->hasNotificationActiveIs(active);
+    EXPECT_EQ(machine->child->parentWasActive, active);
+    EXPECT_TRUE(machine->child->parentWasZombie);
+    EXPECT_FALSE(machine->zombieReactors());
+  }
 }
 
 // --- dispatch
@@ -261,6 +280,14 @@ TEST_F(StateMachineTest, ADispatchToZombiesReactsInAZombieToo) {
               ElementsAre("single sees a"));
   EXPECT_THAT(eventsOf([&] { second_->createEntity("Kesh::Dir", "b"); }),
               ElementsAre("root second b", "one sees b", "two sees b"));
+}
+
+TEST_F(StateMachineTest, ADispatchToZombiesServesItsOwnFieldOnlyToo) {
+  auto const root = makeRoot();
+  String const name("a");
+  EXPECT_THAT(
+      eventsOf([&] { second_->publisher()->publishChange(Vunda::FieldId(265), &name, nullptr); }),
+      IsEmpty());
 }
 
 TEST_F(StateMachineTest, LivesUntilItsRunningHandlerReturnsAndItsParentsToo) {
@@ -354,6 +381,18 @@ TEST_F(StateMachineTest, DestructionSwitchesOffTellsAndThenIsAZombie) {
   EXPECT_FALSE(zombie);
   EXPECT_EQ(count, 0U);
   expectNothingLeft();
+}
+
+TEST_F(StateMachineTest, AMachineIsAZombieWhileItsChildrenGo) {
+  auto root = makeRoot();
+  RootSm* const raw = root.ptr();
+  std::vector<bool> zombie;
+  story_.onEvent = [&](std::string const& event) {
+    if (event == "single destroyed" || event == "two destroyed")
+      zombie.push_back(raw->zombieReactors());
+  };
+  root = nullptr;
+  EXPECT_THAT(zombie, ElementsAre(true, true));
 }
 
 TEST_F(StateMachineTest, ADispatchDoesNothingOnceTheMachineIsBeingDestroyed) {
