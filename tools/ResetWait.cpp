@@ -34,9 +34,20 @@ int ResetWait::run(double timeout) {
 
 void ResetWait::look() {
   try {
-    TreeData const data(scanTree(follower_->tree()));
-    takeAnswers(data);
-    takeReturns(data);
+    TreeData const seen(scanTree(follower_->tree()));
+    auto const answered = answeredIn(seen);
+    if (answered.empty()) {
+      takeReturns(seen);
+    } else {
+      // What an answer tells of stands before it does, but not when the rest of the tree was read
+      // before the answer: it is read again.
+      TreeData const data(scanTree(follower_->tree()));
+      for (auto const* const request : answered) {
+        judge(*request, data);
+        std::erase(unanswered_, request);
+      }
+      takeReturns(data);
+    }
   } catch (Failure const&) {
     return;  // the tree is away; it is looked at again when it is back
   }
@@ -44,15 +55,14 @@ void ResetWait::look() {
   if (done()) loop_.exit();
 }
 
-void ResetWait::takeAnswers(TreeData const& data) {
-  std::erase_if(unanswered_, [&](MadeRequest const* request) {
-    bool const is = isAnswered(data, request->id, request->data.genTime.seconds());
-    if (is) answered(*request, data);
-    return is;
-  });
+std::vector<MadeRequest const*> ResetWait::answeredIn(TreeData const& data) const {
+  std::vector<MadeRequest const*> answered;
+  for (auto const* const request : unanswered_)
+    if (isAnswered(data, request->id, request->data.genTime.seconds())) answered.push_back(request);
+  return answered;
 }
 
-void ResetWait::answered(MadeRequest const& request, TreeData const& data) {
+void ResetWait::judge(MadeRequest const& request, TreeData const& data) {
   double const requested = request.data.genTime.seconds();
   auto const outcomes = outcomesOf(request.data, before_, data);
   if (outcomes.empty())

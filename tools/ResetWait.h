@@ -35,10 +35,10 @@ class ResetWait {
   };
 
   void look();
-  void takeAnswers(TreeData const& data);
+  std::vector<MadeRequest const*> answeredIn(TreeData const& data) const;
   void takeReturns(TreeData const& data);
   void say(Waiting const& waiting, Tone tone, std::string const& text);
-  void answered(MadeRequest const& request, TreeData const& data);
+  void judge(MadeRequest const& request, TreeData const& data);
   bool done() const { return waiting_.empty() && unanswered_.empty(); }
   int tellTimeout(double timeout);
 
