@@ -67,11 +67,18 @@ class ProgramRun {
     reaped_ = true;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
-  // Waits until it has written this to standard error; false when it does not within half a minute.
-  bool awaitsError(std::string const& text) const {
+  // Waits until it has written this to standard error, or output; false when it does not within
+  // half a minute.
+  bool awaitsError(std::string const& text) const { return awaits("err", text); }
+  bool awaitsOutput(std::string const& text) const { return awaits("out", text); }
+  std::string output() const { return textOf("out"); }
+  std::string errors() const { return textOf("err"); }
+
+ private:
+  bool awaits(char const* name, std::string const& text) const {
     Oru::Mount::UniqueFd const changes(::inotify_init1(IN_CLOEXEC));
-    ::inotify_add_watch(changes.get(), (folder_ / "err").c_str(), IN_MODIFY);
-    while (errors().find(text) == std::string::npos) {
+    ::inotify_add_watch(changes.get(), (folder_ / name).c_str(), IN_MODIFY);
+    while (textOf(name).find(text) == std::string::npos) {
       pollfd ready{changes.get(), POLLIN, 0};
       if (::poll(&ready, 1, 30000) != 1) return false;
       char events[4096];
@@ -79,10 +86,6 @@ class ProgramRun {
     }
     return true;
   }
-  std::string output() const { return textOf("out"); }
-  std::string errors() const { return textOf("err"); }
-
- private:
   std::string textOf(char const* name) const {
     std::ifstream file(folder_ / name);
     return {std::istreambuf_iterator<char>(file), {}};
