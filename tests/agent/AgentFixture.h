@@ -31,6 +31,12 @@ class AgentFixture : public testing::Test, Oru::Mount::Backend::Observer {
 
   AgentFixture() {
     EXPECT_FALSE(tree.makeRoot());
+    watchTree();
+  }
+
+  // Anew when a file system was mounted at the tree's place, of which no watch tells.
+  void watchTree() {
+    watch_.reset();
     watch_ = backend_.watch({}, *this);
   }
 
@@ -138,7 +144,8 @@ class AgentFixture : public testing::Test, Oru::Mount::Backend::Observer {
   std::vector<std::string> problems() const {
     std::vector<std::string> found;
     if (!stands({"problems", "oru-agent"})) return found;
-    for (auto const& problem : json({"problems", "oru-agent"}).at("problems"))
+    Json const file = json({"problems", "oru-agent"});
+    for (auto const& problem : file.at("problems"))
       found.push_back(problem.at("file").get<std::string>() + ' ' +
                       problem.at("place").get<std::string>() + ' ' +
                       problem.at("reason").get<std::string>());

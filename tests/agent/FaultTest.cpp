@@ -1,11 +1,15 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include "tests/agent/AgentFixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using OruTest::ProgramRun;
 using OruTest::TreePath;
 
 class Fault : public OruTest::AgentFixture {
@@ -73,6 +77,105 @@ TEST_F(Fault, WhatIsNoFileIsRefused) {
   expectAlive();
 }
 
+// One input of each kind, all kinds of damage.
+struct Input {
+  TreePath value;
+  char const* field;   // that is missing, or of the wrong type
+  char const* number;  // that is out of range, with all above it
+  char const* place;   // of that number
+};
+
+class BadInput : public Fault, public testing::WithParamInterface<Input> {
+ protected:
+  void SetUp() override {
+    startAgent();
+    bringUp("S1", 5.0, {1});
+    put({"features", "F1"}, {{"enabled", true}});
+    requestReset("slice", 1.0, "S1");
+    ASSERT_TRUE(awaitsAnswer(1.0, "slice,S1"));
+    ASSERT_TRUE(awaitsFile({"launcher", "feature", "F1"}));
+    good_ = json(input());
+    path_ = root + '/' + input().valueText();
+    before_ = content();
+  }
+  static TreePath const& input() { return GetParam().value; }
+  // The agent sees only what stands there afterwards.
+  template <class Action>
+  void unseen(Action action) {
+    agent->signal(SIGSTOP);
+    fs::remove_all(path_);
+    action();
+    agent->signal(SIGCONT);
+  }
+  void expectRefused(std::string const& placeAndReason) {
+    EXPECT_TRUE(awaitsProblem(input().valueText() + ' ' + placeAndReason)) << placeAndReason;
+    EXPECT_TRUE(agent->awaitsError("cannot read " + input().valueText()));
+    auto now = content();
+    now[input().valueText()] = before_.at(input().valueText());
+    EXPECT_EQ(before_, now);  // the last good value is in force
+  }
+  void correct() {
+    unseen([&] { put(input(), good_); });
+    EXPECT_TRUE(awaitsNoProblem());
+    EXPECT_EQ(before_, content());
+  }
+
+  Json good_;
+  std::string path_;
+
+ private:
+  std::map<std::string, std::string> before_;
+};
+
+TEST_P(BadInput, OfAWrongTextIsRefusedUntilItIsCorrected) {
+  std::string const field = GetParam().field;
+  Json missing = good_, wrong = good_, unknown = good_;
+  missing.erase(field);
+  wrong[field] = Json::array();
+  unknown["more"] = 1;
+  Json outOfRange = good_;
+  outOfRange[Json::json_pointer(GetParam().number)] = 1e300;
+  std::string const text = good_.dump();
+  struct Case {
+    std::string text, problem;
+  };
+  for (auto const& [bad, problem] :
+       {Case{"", " is empty"}, Case{"nonsense", " is not JSON"},
+        Case{text.substr(0, text.size() / 2), " is not JSON"}, Case{"[1]", " is not an object"},
+        Case{missing.dump(), field + " is missing"}, Case{wrong.dump(), field + " is n"},
+        Case{unknown.dump(), "more is not a field of this file"},
+        Case{outOfRange.dump(), std::string(GetParam().place) + " is n"},
+        Case{std::string(Oru::Mount::FileTree::sizeLimit + 1, ' '), " is larger than 1048576"}}) {
+    std::string const temporary = folder / "temporary";
+    std::ofstream(temporary) << bad;
+    fs::rename(temporary, path_);
+    expectRefused(problem);
+  }
+  correct();
+}
+
+TEST_P(BadInput, OfAWrongKindIsRefusedUntilItIsCorrected) {
+  std::ofstream(folder / "outside") << good_.dump();
+  unseen([&] { fs::create_symlink(folder / "outside", path_); });
+  expectRefused(" is a symbolic link");
+  correct();
+  unseen([&] { fs::create_directory(path_); });
+  expectRefused(" is a directory where a file belongs");
+  correct();
+  unseen([&] { EXPECT_EQ(0, ::mkfifo(path_.c_str(), 0600)); });
+  expectRefused(" is a pipe");
+  correct();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BadInput,
+    testing::Values(
+        Input{{"hw", "config", "S1"}, "chips", "/chips/C1/deviceId", "chips.C1.deviceId"},
+        Input{{"status", "S1", "C1"}, "intfToPortId", "/intfToPortId/Eth1", "intfToPortId.Eth1"},
+        Input{{"features", "F1"}, "enabled", "/enabled", "enabled"},
+        Input{{"reset", "request", "test", "slice,S1"}, "slice", "/genTime", "genTime"}),
+    [](auto const& input) { return input.param.value[0]; });
+
 TEST_F(Fault, AStatusThatIsNewerThanItsConfigurationDoesNotEndTheAgent) {
   startAgent();
   bringUp("S1", 5.0, {1});
@@ -109,8 +212,70 @@ TEST_F(Fault, FilesThatTheAgentOwnsArePutRight) {
   auto const before = content();
   putText({"config", "S1", "C1"}, "{}");
   fs::remove(root + "/launcher/chip/C1.json");
-  fs::remove_all(root + "/system");
+  fs::rename(root + "/system", folder / "system");
   EXPECT_TRUE(awaits([&] { return content() == before; }));
+}
+
+TEST_F(Fault, TheListOfProblemsIsPutRightToo) {
+  startAgent();
+  put({"features", "F1"}, {{"enabled", 1}});
+  ASSERT_TRUE(awaitsProblem("features/F1.json enabled is neither true nor false"));
+  fs::rename(root + "/problems", folder / "problems");
+  EXPECT_TRUE(awaitsProblem("features/F1.json enabled is neither true nor false"));
+  putText({"problems", "oru-agent"}, R"({"problems":[]})");
+  EXPECT_TRUE(awaitsProblem("features/F1.json enabled is neither true nor false"));
+}
+
+TEST_F(Fault, WhatItWritesIsForItsOwnerAndGroup) {
+  for (mode_t const mask : {mode_t{0}, mode_t{077}}) {
+    mode_t const before = ::umask(mask);
+    startAgent();
+    bringUp("S1", 5.0, {1});
+    EXPECT_EQ(0, stopAgent());
+    ::umask(before);
+    for (auto const& entry : fs::recursive_directory_iterator(root)) {
+      if (entry.path().filename().string().starts_with('.')) continue;
+      auto const mode = static_cast<mode_t>(entry.status().permissions());
+      EXPECT_EQ(entry.is_directory() ? 0750u : 0640u, mode) << entry.path();
+    }
+    fs::remove_all(root + "/hw");
+    fs::remove_all(root + "/status");
+    fs::remove_all(root + "/config");
+    fs::remove_all(root + "/system");
+    fs::remove_all(root + "/launcher");
+  }
+}
+
+TEST_F(Fault, AFolderThatTakesTheTreesPlaceIsLockedAndFilled) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  fs::rename(root, folder / "away");
+  fs::create_directories(root);
+  EXPECT_TRUE(awaits([&] { return fs::exists(root + "/hw/config"); }));
+  EXPECT_TRUE(awaitsNoProblem());
+  ProgramRun second({ORU_AGENT, "--tree", root});
+  EXPECT_EQ(4, second.wait());
+  EXPECT_TRUE(agent->runs());
+  // The one that was moved away is free.
+  ProgramRun other({ORU_AGENT, "--tree", folder / "away"});
+  EXPECT_TRUE(serviceManager.awaits("READY=1"));
+}
+
+TEST_F(Fault, AnAgentWhoseTreeIsExchangedForThatOfAnotherAgentEndsAndWritesNothingThere) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  ProgramRun other({ORU_AGENT, "--tree", folder / "other"});
+  ASSERT_TRUE(serviceManager.awaits("READY=1"));
+  agent->signal(SIGSTOP);
+  fs::rename(root, folder / "away");
+  fs::rename(folder / "other", root);
+  auto const before = content();
+  agent->signal(SIGCONT);
+  EXPECT_EQ(4, agent->wait());
+  EXPECT_NE(std::string::npos, agent->errors().find("another oru-agent works on " + root));
+  EXPECT_EQ(before, content());
+  other.signal(SIGTERM);
+  EXPECT_EQ(0, other.wait());
 }
 
 TEST_F(Fault, ATreeThatIsMovedAwayAndPutBackIsTakenUpWithWhatChanged) {
@@ -153,6 +318,7 @@ class Disk : public Fault {
       GTEST_SKIP() << "may not mount a file system";
     mounted_ = true;
     ASSERT_EQ(0, ::mount(root.c_str(), elsewhere.root().c_str(), nullptr, MS_BIND, nullptr));
+    watchTree();
   }
   void TearDown() override {
     agent.reset();
@@ -166,9 +332,11 @@ class Disk : public Fault {
     while (file.write(page.data(), 4096).flush()) {
     }
   }
-  void readOnlyIs(bool readOnly) const {
+  // Refused while somebody writes a file, of whose end the tree's watch tells.
+  void readOnlyIs(bool readOnly) {
     unsigned long const flags = MS_REMOUNT | MS_BIND | (readOnly ? 0UL + MS_RDONLY : 0UL);
-    EXPECT_EQ(0, ::mount("none", root.c_str(), nullptr, flags, nullptr));
+    EXPECT_TRUE(awaits([&] { return ::mount("none", root.c_str(), nullptr, flags, nullptr) == 0; }))
+        << std::strerror(errno);
   }
 
   Oru::Mount::FileTree const elsewhere{folder / "elsewhere"};

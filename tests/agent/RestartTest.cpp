@@ -48,6 +48,23 @@ TEST_F(Restart, ARequestThatWasAnsweredIsNotCarriedOutAgain) {
   EXPECT_TRUE(awaitsPublished(1));
 }
 
+// The crash came between the two.
+TEST_F(Restart, ARequestThatWasCarriedOutAndNotAnsweredIsAnsweredAndNotCarriedOutAgain) {
+  startAgent();
+  bringUp("S1", 5.0, {1, 2});
+  double const request = configured("S1", 2) + 1.0;
+  requestReset("slice", request, "S1");
+  ASSERT_TRUE(awaitsAnswer(request, "slice,S1"));
+  double const first = configured("S1", 1);
+  double const second = configured("S1", 2);
+  killAgent();
+  EXPECT_FALSE(tree.remove({"reset", "status", "test", "slice,S1"}));
+  startAgent();
+  EXPECT_TRUE(awaitsAnswer(request, "slice,S1"));
+  EXPECT_EQ(first, configured("S1", 1));
+  EXPECT_EQ(second, configured("S1", 2));
+}
+
 TEST_F(Restart, FeatureAgentsAreNotRestartedAgainForAnAnsweredRequest) {
   put({"features", "F1"}, {{"enabled", true}});
   startAgent();

@@ -1,8 +1,33 @@
+#include <unistd.h>
+
+#include "mount/Json.h"
 #include "tests/agent/AgentFixture.h"
 
 namespace {
 
 using OruTest::TreePath;
+
+// Counts how often files are renamed into place in some directories.
+class RenameCount {
+ public:
+  void watch(std::string const& directory) const {
+    EXPECT_LE(0, ::inotify_add_watch(inotify_.get(), directory.c_str(), IN_MOVED_TO)) << directory;
+  }
+  std::map<std::string, int> take() const {
+    std::map<std::string, int> counts;
+    alignas(inotify_event) char events[65536];
+    auto const length = ::read(inotify_.get(), events, sizeof events);
+    for (char const* at = events; at < events + length;) {
+      auto const& event = *reinterpret_cast<inotify_event const*>(at);
+      at += sizeof event + event.len;
+      ++counts[event.name];
+    }
+    return counts;
+  }
+
+ private:
+  Oru::Mount::UniqueFd const inotify_{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
+};
 
 class Supervision : public OruTest::AgentFixture {};
 
@@ -113,10 +138,13 @@ TEST_F(Supervision, AChipThatIsAddedToALiveSliceComesUp) {
 }
 
 TEST_F(Supervision, AGenerationThatArrivesBeforeTheChipsReportedIsFollowedAllTheSame) {
+  put({"features", "F1"}, {{"enabled", true}});
   startAgent();
   insertSlice("S1", 0.0, {1});
   ASSERT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
   reportSlice("S1", {});
+  // Features run with the first slice, whose machine is there then.
+  ASSERT_TRUE(awaitsFile({"launcher", "feature", "F1"}));
   insertSlice("S1", 5.0, {1});
   ASSERT_TRUE(awaitsStarted("S1", 1));
   report("S1", 1, configured("S1", 1));
@@ -144,6 +172,35 @@ TEST_F(Supervision, AnOutdatedRequestIsAnsweredAndResetsNothing) {
   requestReset("allSlices", 1.0);
   EXPECT_TRUE(awaitsAnswer(1.0, "allSlices"));
   EXPECT_EQ(before, configured("S1", 1));
+}
+
+// What it makes of a point in time is above that, and is understood all the same.
+TEST_F(Supervision, ARequestFromTheEndOfTimeResetsItsChip) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  requestReset("chip", Oru::Mount::latestTime, "S1", "C1");
+  EXPECT_TRUE(awaitsAnswer(Oru::Mount::latestTime, "chip,S1,C1"));
+  EXPECT_GT(configured("S1", 1), Oru::Mount::latestTime);
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+  EXPECT_TRUE(awaitsNoProblem());
+}
+
+TEST_F(Supervision, AResetOfAllChipsWritesEachFileOnce) {
+  startAgent();
+  bringUp("S1", 5.0, {1, 2, 3, 4});
+  bringUp("S2", 5.0, {5, 6, 7, 8});
+  RenameCount count;
+  for (auto const* directory : {"config/S1", "config/S2", "system/slices", "system/chips",
+                                "system/interfaces", "launcher/chip", "hw/status"})
+    count.watch(root + '/' + directory);
+  double const request = configured("S2", 8) + 1.0;
+  requestReset("allSlices", request);
+  ASSERT_TRUE(awaitsAnswer(request, "allSlices"));
+  std::map<std::string, int> const expected{
+      {"C1.json", 1}, {"C2.json", 1}, {"C3.json", 1}, {"C4.json", 1}, {"C5.json", 1},
+      {"C6.json", 1}, {"C7.json", 1}, {"C8.json", 1}, {"S1.json", 1}, {"S2.json", 1}};
+  EXPECT_EQ(expected, count.take());
 }
 
 TEST_F(Supervision, WithdrawingARequestWithdrawsItsAnswer) {

@@ -29,6 +29,11 @@ class NotifySocket {
   NotifySocket& operator=(NotifySocket const&) = delete;
 
   int fd() const { return socket_.get(); }
+  // Whether a message is there to be taken.
+  bool isPending() const {
+    pollfd ready{fd(), POLLIN, 0};
+    return ::poll(&ready, 1, 0) == 1;
+  }
   // The next message; empty when none comes within half a minute.
   std::string take() const {
     pollfd ready{fd(), POLLIN, 0};
