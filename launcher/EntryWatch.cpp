@@ -35,17 +35,21 @@ void EntryWatch::start() {
 
 void EntryWatch::changed(std::vector<Backend::Change> const& changes) {
   std::set<AgentKind> kinds;
+  bool isAboutRoot = false;
   for (Backend::Change const& change : changes) {
     if (change.path.size() < 2) {
       settleAll();
       return lookAtAll();
     }
     auto const kind = agentKind(change.path[1]);
+    isAboutRoot |= !kind;
     if (!kind) continue;
+    if (change.wasGone && change.path.size() == 2) settle(*kind);
     bool const isEntry = change.path.size() == 3 && change.kind == Backend::Kind::value;
     // An entry may be missing because all are: the directory knows.
     if (!isEntry || !lookAt(AgentId{*kind, change.path[2]})) kinds.insert(*kind);
   }
+  if (isAboutRoot) lookAtRoot();
   for (AgentKind const kind : kinds) lookAt(kind);
 }
 
@@ -63,16 +67,37 @@ void EntryWatch::watchLost(TreePath const& path, std::string const& reason) {
 void EntryWatch::watchBack(TreePath const& path) { problems_.clear(Activity::watch, path.text()); }
 
 void EntryWatch::lookAtAll() {
+  lookAtRoot();
   for (AgentKind const kind : agentKinds) lookAt(kind);
+}
+
+void EntryWatch::lookAtRoot() {
+  Listing const listing = backend_.list(root);
+  if (listing.state == Listing::State::refused) return;  // so is every kind
+  std::map<std::string, std::string> strays;
+  for (Backend::Stray const& stray : listing.strays) strays[stray.fileName] = stray.reason;
+  for (Backend::Member const& member : listing.members) {
+    if (member.kind == Backend::Kind::value)
+      strays[Mount::encodedName(member.name) + ".json"] = "is in no directory of a kind";
+    else
+      strays[Mount::encodedName(member.name)] = "is no kind of agents";
+  }
+  // What stands in the place of a kind's directory is reported there.
+  for (AgentKind const kind : agentKinds) strays.erase(std::string(toString(kind)));
+  for (std::string const& file : std::exchange(strays_, {})) {
+    if (!strays.contains(file)) problems_.clear(Activity::read, root.text() + '/' + file);
+  }
+  for (auto const& [file, reason] : strays) {
+    strays_.insert(file);
+    problems_.report(Activity::read, root.text() + '/' + file, {}, reason);
+  }
 }
 
 void EntryWatch::lookAt(AgentKind kind) {
   Listing const listing = backend_.list(pathOf(kind));
-  Directory& directory = directories_.at(kind);
   std::string const file = pathOf(kind).text();
   if (listing.state == Listing::State::absent) {
-    directory.settling = !table_.names(kind).empty();
-    directory.settled.reset();
+    settle(kind);
     problems_.clear(Activity::read, file);
   } else if (listing.state == Listing::State::present) {
     problems_.clear(Activity::read, file);
@@ -143,11 +168,13 @@ void EntryWatch::agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listin
   }
 }
 
+void EntryWatch::settle(AgentKind kind) {
+  directories_.at(kind).settling = !table_.names(kind).empty();
+  directories_.at(kind).settled.reset();
+}
+
 void EntryWatch::settleAll() {
-  for (auto& [kind, directory] : directories_) {
-    directory.settling = !table_.names(kind).empty();
-    directory.settled.reset();
-  }
+  for (AgentKind const kind : agentKinds) settle(kind);
 }
 
 void EntryWatch::settleLater(AgentKind kind) {

@@ -16,7 +16,8 @@ namespace Oru::Launcher {
 
 // Tells the table which launcher entries there are, from launcher/<kind>/<name> of the state tree.
 //
-//   bad entries      are reported as problems; an agent whose entry turns bad goes on as it is
+//   bad entries      are reported as problems, and so is what stands in launcher/ and is no
+//                    directory of a kind; an agent whose entry turns bad goes on as it is
 //   no directory     says nothing: nobody has written entries, or the tree is away. The agents go
 //                    on. When the directory is there again, its writer gets `settlingTime` to put
 //                    its entries back before those that are missing end their agents
@@ -48,6 +49,8 @@ class EntryWatch final : private Mount::Backend::Observer {
   void watchBack(Mount::TreePath const& path) override;
 
   void lookAtAll();
+  // What does not belong into launcher/.
+  void lookAtRoot();
   void lookAt(AgentKind kind);
   // After an error that no watch tells the end of.
   void lookAgainLater();
@@ -56,7 +59,8 @@ class EntryWatch final : private Mount::Backend::Observer {
   // Returns false when the entry is not there.
   bool lookAt(AgentId const& id);
   void agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing);
-  // All directories may be new.
+  // The directory, or all of them, may be new.
+  void settle(AgentKind kind);
   void settleAll();
   void settleLater(AgentKind kind);
   void bad(AgentKind kind, std::string const& file, std::string const& place,
@@ -68,6 +72,7 @@ class EntryWatch final : private Mount::Backend::Observer {
   Clock& clock_;
   ProcessTable& table_;
   std::map<AgentKind, Directory> directories_;
+  std::set<std::string> strays_;  // in launcher/
   std::unique_ptr<Timer> again_;
   std::unique_ptr<Mount::Backend::Watch> watch_;
 };

@@ -136,8 +136,11 @@ void LauncherConfig::readNames(Mount::JsonObject names, AgentKind kind) {
 
 LauncherConfig LauncherConfig::load(std::string const& file) {
   std::ifstream stream(file, std::ios::binary);
-  std::string const text{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) {
+  std::string text;
+  try {
+    if (!stream.is_open()) throw std::ios_base::failure("open");
+    text.assign(std::istreambuf_iterator<char>(stream), {});
+  } catch (std::ios_base::failure const&) {  // of a directory, too
     throw ConfigError(file + ": cannot be read: " + std::generic_category().message(errno));
   }
   return parse(text, file);

@@ -50,17 +50,21 @@ struct CommandLine {
   bool checkConfig = false;
 };
 
+CLI::Validator const notEmpty(
+    [](std::string& text) { return text.empty() ? "must not be empty" : ""; }, "");
+
 void declare(CLI::App& app, CommandLine& given) {
   app.footer(helpFooter);
   app.add_option("--tree", given.options.tree, "Folder of the state tree; made if it is missing")
       ->default_val("/run/oru-central")
+      ->check(notEmpty)
       ->type_name("DIR");
   app.add_option("--config", given.options.configFile, "How agents are started")
       ->default_val("/etc/oru-central/launcher.json")
       ->type_name("FILE");
   app.add_option("--log-dir", given.options.logDirectory,
                  "Agents write to KIND-NAME.log in this folder, not to the launcher's outputs")
-      ->check(CLI::ExistingDirectory)
+      ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
       ->type_name("DIR");
   app.add_flag("--stop-agents", given.options.stopAgents,
                "Stop the agents when the launcher is ended");
@@ -75,7 +79,7 @@ int run(CommandLine given, Oru::Mount::Log const& log) {
     return ended;
   }
   if (auto const error = Oru::Mount::FileTree(given.options.tree).makeRoot()) {
-    throw std::system_error(error, given.options.tree);
+    throw std::system_error(error, "cannot use " + given.options.tree);
   }
   given.options.tree = std::filesystem::canonical(given.options.tree);
 

@@ -44,6 +44,7 @@ constexpr char const* config = R"json({
       "ends": {"argv": ["true"]},
       "stubborn": {"graceTime": 0.2,
                    "argv": ["sh", "{tree}/../stubborn", "{tree}"]},
+      "unmoved": {"argv": ["sh", "{tree}/../stubborn", "{tree}"]},
       "parent": {"argv": ["sh", "-c", "sleep 1000 & sleep 1000"]}}},
   "feature": {"argv": ["{tree}/../program", "{name}"],
               "backoff": {"initial": 1000, "factor": 1, "max": 1000}}
@@ -152,6 +153,12 @@ class OruLauncherTest : public testing::Test, private Mount::Backend::Observer {
   }
   static bool runs(json const& status) { return kill(status["pid"].get<pid_t>(), 0) == 0; }
   std::size_t agents() const { return markedProcesses(tree).size(); }
+  // What was killed takes a moment to end.
+  static bool ends(MarkedProcess const& process) {
+    Mount::UniqueFd const descriptor = openProcess(process.identity.pid);
+    pollfd ended{descriptor.get(), POLLIN, 0};
+    return !descriptor || poll(&ended, 1, 20000) == 1;
+  }
 
   TestTools::TemporaryDirectory folder;
   std::string const tree;
@@ -189,7 +196,7 @@ TEST_F(OruLauncherTest, WithoutEntryTheProcessAndItsStatusGo) {
   untilState("parent", "running");
   remove({"launcher", "chip", "parent"});
   EXPECT_TRUE(untilGone("parent"));
-  EXPECT_EQ(agents(), 0U);
+  for (MarkedProcess const& left : markedProcesses(tree)) EXPECT_TRUE(ends(left));
 }
 
 TEST_F(OruLauncherTest, AgentsThatEndAreStartedAgainAndCounted) {
@@ -322,7 +329,7 @@ TEST_F(OruLauncherTest, AnAgentThatEndedMeanwhileIsACrash) {
   EXPECT_TRUE(until([this] { return status("parent")["starts"] == 2; }));
   EXPECT_EQ(status("parent")["restarts"]["crashes"], 1);
   for (MarkedProcess const& process : markedProcesses(tree)) {
-    EXPECT_NE(process.group, before["pid"].get<pid_t>()) << "left behind";
+    EXPECT_TRUE(process.group != before["pid"].get<pid_t>() || ends(process)) << "left behind";
   }
 }
 
@@ -337,6 +344,16 @@ TEST_F(OruLauncherTest, EndsWithoutItsAgentsUnlessToldOtherwise) {
   EXPECT_EQ(end(), 0);
   EXPECT_EQ(agents(), 0U);
   EXPECT_TRUE(status("Chip1").is_discarded());
+}
+
+TEST_F(OruLauncherTest, ToldTwiceToEndItDoesNotWaitForItsAgents) {
+  put({"launcher", "chip", "unmoved"});
+  start({"--stop-agents"});
+  until([this] { return at({"ready"}).is_object() && status("unmoved").is_object(); });
+  kill(launcher, SIGTERM);
+  untilState("unmoved", "stopping");
+  EXPECT_EQ(end(), 1);
+  EXPECT_TRUE(runs(status("unmoved")));
 }
 
 TEST_F(OruLauncherTest, ASecondOneIsRefused) {
@@ -377,6 +394,29 @@ TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
   }
   EXPECT_TRUE(until([this] { return problems().is_array() && problems().empty(); }));
   EXPECT_EQ(agents(), 3U);
+}
+
+TEST_F(OruLauncherTest, WhatIsNoDirectoryOfAKindIsReported) {
+  put({"launcher", "chip", "good"});
+  write(tree + "/launcher/slice", "a file where a directory belongs");
+  start();
+  untilState("good", "running");
+  put({"launcher", "chips", "Chip1"});
+  put({"launcher", "Chip2"});
+  write(tree + "/launcher/note.txt", "text");
+  EXPECT_TRUE(until([this] { return filesWithProblems().size() == 4; }));
+  EXPECT_THAT(filesWithProblems(),
+              UnorderedElementsAre("launcher/slice", "launcher/chips", "launcher/Chip2.json",
+                                   "launcher/note.txt"));
+  EXPECT_EQ(agents(), 1U);
+
+  std::filesystem::remove(tree + "/launcher/slice");
+  std::filesystem::remove_all(tree + "/launcher/chips");
+  std::filesystem::remove(tree + "/launcher/Chip2.json");
+  std::filesystem::remove(tree + "/launcher/note.txt");
+  EXPECT_TRUE(until([this] { return problems().is_array() && problems().empty(); }));
+  put({"launcher", "slice", "Slice1"});
+  EXPECT_TRUE(untilState("Slice1", "running", "slice"));
 }
 
 TEST_F(OruLauncherTest, HundredsOfEntriesAtOnce) {
@@ -466,6 +506,12 @@ TEST_F(OruLauncherTest, TheCommandLineIsChecked) {
   EXPECT_EQ(exitCodeOf({"--check-config"}), 3);
   EXPECT_EQ(exitCodeOf({}), 3);
   EXPECT_THAT(log(), HasSubstr("launcher.json: chip.argv[1] has the unknown placeholder {nam}"));
+  std::filesystem::remove(folder.path() / "launcher.json");
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: No such file or directory"));
+  std::filesystem::create_directory(folder.path() / "launcher.json");
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: Is a directory"));
 }
 
 }  // namespace
