@@ -1,5 +1,7 @@
 #include "sim/ConditionCheck.h"
 
+#include "sim/NumberedText.h"
+
 namespace Oru::Sim {
 
 namespace {
@@ -64,8 +66,7 @@ class Check {
         expect(chips.contains(chip), "chip " + chip + " is not published");
       }
       if (published->count) {
-        expect(chips.size() == *published->count,
-               std::to_string(chips.size()) + " chips are published");
+        expect(chips.size() == *published->count, counted(chips.size(), "chip") + " published");
       }
     }
     for (std::string const& chip : condition_.withdrawn) {
@@ -73,7 +74,7 @@ class Check {
     }
     if (condition_.interfaces) {
       auto const count = situation_.publishedInterfaces();
-      expect(count == *condition_.interfaces, std::to_string(count) + " interfaces are published");
+      expect(count == *condition_.interfaces, counted(count, "interface") + " published");
     }
   }
 

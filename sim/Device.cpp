@@ -237,11 +237,12 @@ std::string hwConfigOf(Device::Slice const& slice, double genTime) {
 
 std::string textOfFile(std::string const& file) {
   std::ifstream stream(file, std::ios::binary);
-  std::string const text{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) {
+  try {
+    if (!stream.is_open()) throw std::ios_base::failure("open");
+    return {std::istreambuf_iterator<char>(stream), {}};
+  } catch (std::ios_base::failure const&) {  // of a directory, too
     throw DescriptionError(file + ": cannot be read: " + std::generic_category().message(errno));
   }
-  return text;
 }
 
 }  // namespace Oru::Sim

@@ -147,7 +147,8 @@ std::string LiveView::featureRow() const {
 std::string LiveView::programCell(std::string const& name) const {
   Program const& program = situation_.program(name);
   if (program.state() == Program::State::ended) {
-    return name + ' ' + red + (program.end().empty() ? "not started" : program.end()) + plain;
+    char const* const colour = program.endedBySurprise() ? red : grey;
+    return name + ' ' + colour + (program.end().empty() ? "not started" : program.end()) + plain;
   }
   return name + ' ' + green + "pid " + std::to_string(program.pid()) + plain + ' ' +
          program.status();

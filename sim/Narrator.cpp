@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "sim/NumberedText.h"
+
 namespace Oru::Sim {
 
 namespace {
@@ -23,10 +25,6 @@ std::string text(json const& value, char const* name) {
 
 bool same(Difference const& difference, char const* name) {
   return field(difference.before, name) == field(difference.after, name);
-}
-
-std::string counted(std::size_t count, std::string const& what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
 std::size_t ports(json const& board) {

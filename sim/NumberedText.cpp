@@ -72,6 +72,10 @@ std::string expanded(std::string_view text, Placeholders const& values) {
   }
 }
 
+std::string counted(std::size_t count, std::string const& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::string replaced(std::string text, std::string_view word, std::string_view by) {
   for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + by.size())) {
     text.replace(at, word.size(), by);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
@@ -18,6 +18,9 @@ using Placeholders = std::map<std::string, unsigned, std::less<>>;
 // `text` with each {name} replaced by its number. Raises std::invalid_argument, with the reason, on
 // a placeholder that is not known and on a brace without its partner.
 std::string expanded(std::string_view text, Placeholders const& values);
+
+// "1 chip", "2 chips".
+std::string counted(std::size_t count, std::string const& what);
 
 // `text` with `word`, wherever it stands, replaced by `by`.
 std::string replaced(std::string text, std::string_view word, std::string_view by);

@@ -6,6 +6,7 @@
 
 #include "sim/ConditionCheck.h"
 #include "sim/LiveView.h"
+#include "sim/NumberedText.h"
 
 namespace Oru::Sim {
 
@@ -64,9 +65,10 @@ int Player::run() {
 // ---- the run, from start to end
 
 void Player::boot() {
-  say({Tone::plain, device_.name + ": " + std::to_string(device_.slices.size()) + " slices, " +
-                        std::to_string(device_.chipCount()) + " chips, " +
-                        std::to_string(device_.portCount()) + " ports"});
+  std::string const name = device_.name.empty() ? "The device" : device_.name;
+  say({Tone::plain, name + ": " + counted(device_.slices.size(), "slice") + ", " +
+                        counted(device_.chipCount(), "chip") + ", " +
+                        counted(device_.portCount(), "port")});
   whenDone_ = [this] { play(); };
   tasks_.add(taskStarting("oru-launcher"));
   tasks_.add(taskStarting("oru-agent"));

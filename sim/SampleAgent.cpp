@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "mount/Json.h"
 
@@ -141,6 +142,15 @@ std::optional<nlohmann::json> SampleAgent::read(TreePath const& value) {
 }
 
 void SampleAgent::changed(std::vector<Backend::Change> const&) { lookUnlessHung(); }
+
+// Every watch has its own word of it.
+void SampleAgent::rootLost(std::string const& reason) {
+  if (!std::exchange(treeIsAway_, true)) log("the tree is away: " + reason);
+}
+
+void SampleAgent::rootBack() {
+  if (std::exchange(treeIsAway_, false)) log("the tree is back");
+}
 
 void SampleAgent::watchLost(TreePath const& path, std::string const& reason) {
   log(path.text() + " cannot be watched: " + reason);

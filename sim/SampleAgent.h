@@ -67,8 +67,8 @@ class SampleAgent : private Mount::Backend::Observer {
   class Control;
 
   void changed(std::vector<Mount::Backend::Change> const& changes) override;
-  void rootLost(std::string const& reason) override { log("the tree is away: " + reason); }
-  void rootBack() override { log("the tree is back"); }
+  void rootLost(std::string const& reason) override;
+  void rootBack() override;
   void watchLost(Mount::TreePath const& path, std::string const& reason) override;
   void watchBack(Mount::TreePath const& path) override { log(path.text() + " is watched again"); }
   void behaviourIs(AgentBehaviour const& behaviour);
@@ -89,6 +89,7 @@ class SampleAgent : private Mount::Backend::Observer {
   Mount::Retry retry_;
   std::string purpose_;
   bool ready_ = false;
+  bool treeIsAway_ = false;
 };
 
 }  // namespace Oru::Sim

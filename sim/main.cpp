@@ -47,6 +47,9 @@ constexpr char const* runFooter =
     "interrupted.\n"
     "After a failure the folder is kept: the state tree, the programs' logs and the ring trace.";
 
+CLI::Validator const notNegative(
+    [](std::string& text) { return text.starts_with('-') ? "must not be negative" : ""; }, "");
+
 struct RunArguments {
   std::string device, scenario, state, tree, programs;
   std::optional<double> time;
@@ -151,9 +154,10 @@ void addRun(CLI::App& app, RunArguments& given) {
   run->add_option("--tree", given.tree, "Folder for the state tree alone, if it is to be elsewhere")
       ->type_name("DIR");
   run->add_option("--for", given.time,
-                  "Go on for so long, after the scenario if there is one (10s)")
+                  "Go on for so long, after the scenario if there is one; such as 10s")
       ->transform(CLI::AsNumberWithUnit(
           std::map<std::string, double>{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}}))
+      ->check(notNegative)
       ->type_name("TIME");
   run->add_option("--programs", given.programs,
                   "Folder of oru-agent and oru-launcher (default: that of oru-sim)")
@@ -174,7 +178,7 @@ void addAgent(CLI::App& app, AgentOptions& options, char const* kind, char const
   agent
       ->add_option("--init-time", options.behaviour.initTime,
                    "Seconds that it takes to become ready")
-      ->check(CLI::NonNegativeNumber)
+      ->check(notNegative)
       ->type_name("SECONDS")
       ->capture_default_str();
   agent
@@ -183,6 +187,14 @@ void addAgent(CLI::App& app, AgentOptions& options, char const* kind, char const
       ->type_name("DIR");
   agent->final_callback([&options, kind] { options.name.kind = kind; });
   agent->footer("\nExit codes: 0 ended by SIGTERM or SIGINT, 2 wrong use, 3 failure.");
+}
+
+// The parser itself only says that a subcommand is missing.
+void refuseUnknownCommand(CLI::App const& app, int argc, char** argv) {
+  if (argc < 2 || *argv[1] == '-') return;
+  auto const isMeant = [&](CLI::App const* command) { return command->get_name() == argv[1]; };
+  if (!app.get_subcommands(isMeant).empty()) return;
+  throw CLI::ValidationError("There is no subcommand " + std::string(argv[1]));
 }
 
 }  // namespace
@@ -207,6 +219,7 @@ int main(int argc, char** argv) {
            "A chip agent: follows its configuration's generation and reports it");
   addAgent(app, agent, "feature", "A feature agent: does nothing but run");
   try {
+    refuseUnknownCommand(app, argc, argv);
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
     return app.exit(error) == 0 ? exitOk : exitUsage;
