@@ -27,8 +27,9 @@ struct Counted {
 
   friend void intrusive_ptr_add_ref(Counted* thing) { ++thing->users; }
   friend void intrusive_ptr_release(Counted* thing) {
-    if (--thing->users == 0) delete thing;
+    if (--thing->users == 0) lastUserGone(thing);
   }
+  [[gnu::noinline]] static void lastUserGone(Counted* thing) { delete thing; }
 };
 
 // Whatever pointer: a copy, and its release.

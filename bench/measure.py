@@ -46,13 +46,13 @@ class Program:
 
     def times(self, names, repetitions):
         """Nanoseconds; on the last core, since interrupts tend to go to the first."""
-        pattern = "^(" + "|".join(re.escape(name) for name in names) + ")/"
+        pattern = "^(" + "|".join(name.replace(".", "[.]") for name in names) + ")/"
         run = subprocess.run(
             ["taskset", "-c", str(os.cpu_count() - 1), self.path, f"--benchmark_filter={pattern}",
              f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true",
              "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.05", "--benchmark_format=json"],
             stdout=subprocess.PIPE, text=True)
-        if run.returncode != 0:
+        if run.returncode != 0 or not run.stdout:
             sys.exit("bench: the time mode failed")
         return {name: one["real_time"] / self.operations[name]
                 for one in json.loads(run.stdout)["benchmarks"] if one["aggregate_name"] == "median"
