@@ -45,6 +45,7 @@ class HostingAgent final : Mount::Backend::Observer {
   void changed(std::vector<Mount::Backend::Change> const&) override {}
   void rootLost(std::string const&) override {}
   void rootBack() override { holdLock(); }
+  void wordLost() override { problems_.wordLost(); }
   void watchLost(Mount::TreePath const&, std::string const&) override {}
   void watchBack(Mount::TreePath const&) override {}
 

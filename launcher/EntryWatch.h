@@ -45,6 +45,7 @@ class EntryWatch final : private Mount::Backend::Observer {
   void changed(std::vector<Mount::Backend::Change> const& changes) override;
   void rootLost(std::string const& reason) override;
   void rootBack() override;
+  void wordLost() override { problems_.wordLost(); }
   void watchLost(Mount::TreePath const& path, std::string const& reason) override;
   void watchBack(Mount::TreePath const& path) override;
 

@@ -86,6 +86,8 @@ class Backend {
     virtual void rootLost(std::string const& reason) = 0;
     // The root is there again; a change of the watched directory follows.
     virtual void rootBack() = 0;
+    // More happened than the system kept word of; a change of the watched directory follows.
+    virtual void wordLost() {}
     // The place cannot be watched, for `reason`; tried again until watchBack(). Then a change
     // follows.
     virtual void watchLost(TreePath const& path, std::string const& reason) = 0;

@@ -218,6 +218,7 @@ void FileWatcher::readEvents() {
     if (epoch_ != epoch) break;
   }
   if (overflow && epoch_ == epoch) {
+    watches_.notice({}, [](auto& observer) { observer.wordLost(); });
     startAfresh();
     watches_.noteDirectory({});
   }

@@ -27,6 +27,12 @@ void ProblemList::clear(Activity activity, std::string const& file) {
   if (gone && listener_) listener_(gone.mapped(), false);
 }
 
+void ProblemList::wordLost() {
+  report(Activity::watch, {}, {},
+         "more changed at once than the system kept word of; everything is read anew");
+  clear(Activity::watch, {});
+}
+
 std::vector<ProblemList::Problem> ProblemList::problems() const {
   std::vector<Problem> all;
   for (auto const& [key, problem] : problems_) all.push_back(problem);

@@ -31,6 +31,9 @@ class ProblemList {
 
   void report(Activity activity, std::string file, std::string place, std::string reason);
   void clear(Activity activity, std::string const& file);
+  // The system lost word of changes. That is over once everything is read anew, so it is told to
+  // the listener alone.
+  void wordLost();
   // All problems, in the order of files.
   std::vector<Problem> problems() const;
   bool empty() const noexcept { return problems_.empty(); }

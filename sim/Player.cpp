@@ -73,7 +73,7 @@ void Player::boot() {
   tasks_.add(taskStarting("oru-launcher"));
   tasks_.add(taskStarting("oru-agent"));
   addAction([this] {
-    for (auto const& [name, enabled] : device_.features) stage_->feature({name, enabled});
+    for (auto const& [feature, enabled] : device_.features) stage_->feature({feature, enabled});
     for (auto const& slice : device_.slices) {
       if (slice.present) stage_->insert(slice.name);
     }

@@ -28,6 +28,7 @@ class Recorder final : public Backend::Observer {
   }
   void rootLost(std::string const&) override { told.push_back("lost"); }
   void rootBack() override { told.push_back("back"); }
+  void wordLost() override { told.push_back("word lost"); }
   void watchLost(TreePath const& path, std::string const&) override {
     told.push_back("watch lost " + path.text());
   }
@@ -363,6 +364,7 @@ TEST_F(FileBackendTest, AnOverflowOfTheKernelsQueueIsToldAsAChangeOfEverything) 
   }
   othersPut("d/end.json", "1");
   EXPECT_TRUE(awaits("d/"));
+  EXPECT_EQ(take().front(), "word lost");
   OruTest::settle(loop);
   take();
   othersPut("d/after.json", "1");
