@@ -199,7 +199,7 @@ void Player::count(TreePicture::Difference const& difference) {
     json::json_pointer const pointer(place);
     return file.is_object() && file.contains(pointer) ? file[pointer].get<std::size_t>() : 0;
   };
-  auto const gained = [&](char const* place) {
+  auto const gained = [&number, &before = before, &after = after](char const* place) {
     auto const now = number(after, place), then = number(before, place);
     return now - std::min(now, then);
   };

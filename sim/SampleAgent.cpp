@@ -25,7 +25,7 @@ std::chrono::microseconds microseconds(double seconds) {
 }  // namespace
 
 // Follows the agent's behaviour file.
-class SampleAgent::Control : private Backend::Observer {
+class SampleAgent::Control final : private Backend::Observer {
  public:
   explicit Control(SampleAgent& agent)
       : agent_(agent),

@@ -140,8 +140,8 @@ std::string StepReader::text(json const& step) {
     if (step.contains(verb.name)) text = std::string(verb.name) + ' ' + plainText(step[verb.name]);
   }
   for (auto const& [field, value] : step.items()) {
-    bool const isVerb =
-        std::ranges::any_of(verbs(), [&](Verb const& verb) { return field == verb.name; });
+    bool const isVerb = std::ranges::any_of(
+        verbs(), [&name = field](Verb const& verb) { return name == verb.name; });
     if (!isVerb) text += ", " + field + ' ' + plainText(value);
   }
   return text;
