@@ -11,7 +11,7 @@
 namespace Oru::Tools {
 
 // Tells when something in the tree changes, by inotify. The functions are called from the loop.
-class TreeFollower : Mount::Backend::Observer {
+class TreeFollower final : Mount::Backend::Observer {
  public:
   using OnChange = std::function<void(std::vector<Mount::Backend::Change> const&)>;
   // The tree is gone, with the reason, or back (empty).
