@@ -38,6 +38,8 @@ std::optional<Options> optionsOf(int argc, char** argv, int& exitCode) {
                        "Print the version and exit");
   app.add_option("--tree", options.tree, "Folder of the state tree; made when it is missing")
       ->type_name("DIR")
+      ->check(CLI::Validator(
+          [](std::string& text) { return text.empty() ? "must not be empty" : ""; }, ""))
       ->capture_default_str();
   app.add_flag("--check", options.check,
                "Print what is wrong with the tree's files and exit; writes nothing");

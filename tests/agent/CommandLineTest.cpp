@@ -31,6 +31,8 @@ TEST_F(CommandLine, WrongUseIsToldAndNothingIsDone) {
   EXPECT_EQ(2, run({"--tree", root, "--trace-levels", "1,x"}));
   EXPECT_NE(std::string::npos, agent->errors().find("--trace-levels"));
   EXPECT_EQ(2, run({"--tree"}));
+  EXPECT_EQ(2, run({"--tree", ""}));
+  EXPECT_NE(std::string::npos, agent->errors().find("must not be empty"));
   EXPECT_TRUE(content().empty());
 }
 

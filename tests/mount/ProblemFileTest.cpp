@@ -48,6 +48,14 @@ TEST_F(ProblemFileTest, ReplacesThatOfAnEarlierRunAndFollowsTheList) {
             log);
 }
 
+TEST_F(ProblemFileTest, LostWordIsToldAndNoStandingProblem) {
+  problems.wordLost();
+  ASSERT_EQ(2u, log.size());
+  EXPECT_EQ(0u, log[0].find("+cannot watch the tree: more changed at once")) << log[0];
+  EXPECT_EQ('-', log[1].front());
+  EXPECT_TRUE(problems.empty());
+}
+
 TEST_F(ProblemFileTest, AProblemWithItsOwnWritingIsSettledByWriting) {
   file.start();
   backend.writesFailWith(EROFS);
