@@ -184,7 +184,7 @@ std::vector<std::string> topPicture(TreeData const& data, TopSurroundings const&
                {"SERVES"}});
   auto const serves = servesOf(data);
   auto agents = agentsOf(data);
-  std::ranges::stable_partition(agents, isInTrouble);
+  std::stable_partition(agents.begin(), agents.end(), isInTrouble);
   for (auto const& row : agents) table.add(cellsOf(row, surroundings, serves));
   std::string const counts = countLine(data, surroundings.time);
   std::vector<std::string> lines{columns == 0 ? counts : fitted(counts, columns), {}};

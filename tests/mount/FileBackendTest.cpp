@@ -364,7 +364,7 @@ TEST_F(FileBackendTest, AnOverflowOfTheKernelsQueueIsToldAsAChangeOfEverything) 
   }
   othersPut("d/end.json", "1");
   EXPECT_TRUE(awaits("d/"));
-  EXPECT_EQ(take().front(), "word lost");
+  EXPECT_TRUE(recorder.has("word lost"));
   OruTest::settle(loop);
   take();
   othersPut("d/after.json", "1");

@@ -221,9 +221,26 @@ TEST_F(StateMountTest, AHardwareConfigurationIsChangedInPlace) {
   EXPECT_EQ(Duration(6.0), config->genTime());
 }
 
+TEST_F(StateMountTest, ABoardThatTakesThePlaceOfOneWhoseAgentHasLeftIsAnnounced) {
+  start();
+  others({"hw", "config", "S1"}, oneChip);
+  backend.othersMakeDirectory({"status", "S1"});
+  settle(loop);
+  backend.othersRemoveDirectory({"status", "S1"});
+  settle(loop);
+  Texts announced;
+  auto const watch = watchNode(*mount->hwConfigDir(), [&](auto, auto) {
+    announced.push_back(std::to_string(hwConfig("S1")->genTime().seconds()));
+  });
+  others({"hw", "config", "S1"}, R"({"genTime":6,"chips":{"C1":{"deviceId":1,"ports":{}}}})");
+  EXPECT_EQ(Texts{"6.000000"}, announced);
+}
+
 TEST_F(StateMountTest, ChipsThatComeAndGoAreAnnouncedBeforeTheGeneration) {
   start();
   others({"hw", "config", "S1"}, oneChip);
+  backend.othersMakeDirectory({"status", "S1"});
+  settle(loop);
   Texts order;
   auto const announced = watchNode(*mount->hwConfigDir(), [&](auto, auto) {
     order.push_back("announced with " + std::to_string(hwConfig("S1")->chipConfig().size()));
