@@ -92,7 +92,8 @@ void CentralChipSm::traceReversedGenerations() const {
   if (configured >= reported) ORU_TRACE(3, "double config genTime >= double status genTime!!");
   auto const configBits = std::bit_cast<std::uint64_t>(configured);
   auto const statusBits = std::bit_cast<std::uint64_t>(reported);
-  for (std::uint16_t i = 0; i < sizeof configBits; ++i) {
+  constexpr std::uint16_t bytes = sizeof configBits;
+  for (std::uint16_t i = 0; i < bytes; ++i) {
     auto const configByte = static_cast<std::uint16_t>(configBits >> (8 * i) & 0xff);
     auto const statusByte = static_cast<std::uint16_t>(statusBits >> (8 * i) & 0xff);
     ORU_TRACE(3, "byte {} config {} status {}", i, configByte, statusByte);

@@ -1,10 +1,9 @@
 #include "runtime/vunda/Assert.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-
-#include <errno.h>
 
 namespace Vunda {
 
