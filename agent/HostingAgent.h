@@ -43,11 +43,8 @@ class HostingAgent final : Mount::Backend::Observer {
  private:
   // The word of the root comes with the watch of any directory.
   void changed(std::vector<Mount::Backend::Change> const&) override {}
-  void rootLost(std::string const&) override {}
   void rootBack() override { holdLock(); }
   void wordLost() override { problems_.wordLost(); }
-  void watchLost(Mount::TreePath const&, std::string const&) override {}
-  void watchBack(Mount::TreePath const&) override {}
 
   std::optional<int> prepareTree();
   void tellOtherAgent(Mount::LockedError const& error) const;

@@ -32,10 +32,6 @@ class StatusFiles final : private Mount::Backend::Observer {
 
  private:
   void changed(std::vector<Mount::Backend::Change> const& changes) override;
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(Mount::TreePath const&, std::string const&) override {}
-  void watchBack(Mount::TreePath const&) override {}
 
   std::vector<AgentId> filesThere() const;
   void putRight(AgentId const& id);

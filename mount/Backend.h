@@ -76,6 +76,7 @@ class Backend {
     bool operator==(Change const&) const = default;
   };
 
+  // An observer overrides what it acts on; whatever else is lost, a change follows when it is back.
   class Observer {
    public:
     // The changes of one turn, each place once. Values inside a directory that is reported too are
@@ -83,15 +84,15 @@ class Backend {
     virtual void changed(std::vector<Change> const& changes) = 0;
     // The tree's root is gone, or cannot be watched: nothing is known about the tree until
     // rootBack(). What was known last stays in force.
-    virtual void rootLost(std::string const& reason) = 0;
+    virtual void rootLost(std::string const& /*reason*/) {}
     // The root is there again; a change of the watched directory follows.
-    virtual void rootBack() = 0;
+    virtual void rootBack() {}
     // More happened than the system kept word of; a change of the watched directory follows.
     virtual void wordLost() {}
     // The place cannot be watched, for `reason`; tried again until watchBack(). Then a change
     // follows.
-    virtual void watchLost(TreePath const& path, std::string const& reason) = 0;
-    virtual void watchBack(TreePath const& path) = 0;
+    virtual void watchLost(TreePath const& /*path*/, std::string const& /*reason*/) {}
+    virtual void watchBack(TreePath const& /*path*/) {}
 
    protected:
     ~Observer() = default;

@@ -28,10 +28,6 @@ class ProblemFile final : Backend::Observer {
 
  private:
   void changed(std::vector<Backend::Change> const& changes) override;
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(TreePath const&, std::string const&) override {}
-  void watchBack(TreePath const&) override {}
 
   std::string text() const { return jsonOf(problems_.problems()); }
   void write();

@@ -37,10 +37,6 @@ class SampleAgent::Control final : private Backend::Observer {
 
  private:
   void changed(std::vector<Backend::Change> const&) override { read(); }
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(TreePath const&, std::string const&) override {}
-  void watchBack(TreePath const&) override {}
 
   void read() {
     auto const reading = folder_.read(file_);

@@ -44,8 +44,6 @@ class TreePicture : private Mount::Backend::Observer {
   void changed(std::vector<Mount::Backend::Change> const& changes) override;
   void rootLost(std::string const& reason) override;
   void rootBack() override;
-  void watchLost(Mount::TreePath const&, std::string const&) override {}
-  void watchBack(Mount::TreePath const&) override {}
 
   void lookAt(Mount::Backend::Change const& change);
   void lookAtValue(Mount::TreePath const& path);

@@ -176,10 +176,6 @@ class OruLauncherTest : public testing::Test, private Mount::Backend::Observer {
 
  private:
   void changed(std::vector<Mount::Backend::Change> const&) override {}
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(TreePath const&, std::string const&) override {}
-  void watchBack(TreePath const&) override {}
 
   std::optional<Mount::FileBackend> backend;
   std::unique_ptr<Mount::Backend::Watch> watch;

@@ -36,10 +36,6 @@ class ResetWaitTest : public OruTest::ToolFixture, Oru::Mount::Backend::Observer
 
  private:
   void changed(std::vector<Oru::Mount::Backend::Change> const&) override {}
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(TreePath const&, std::string const&) override {}
-  void watchBack(TreePath const&) override {}
 
   Oru::Mount::EventLoop loop_;
   Oru::Mount::FileBackend backend_{loop_, root};
