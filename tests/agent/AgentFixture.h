@@ -162,13 +162,13 @@ class AgentFixture : public testing::Test, Oru::Mount::Backend::Observer {
     return awaits([&] { return problems().empty(); });
   }
 
-  // All files of the tree but those that every start writes, with their texts.
+  // All files of the tree but those that every start writes and those half written, with their texts.
   std::map<std::string, std::string> content() const {
     std::map<std::string, std::string> files;
     for (auto const& entry : std::filesystem::recursive_directory_iterator(root)) {
-      auto const name = std::filesystem::relative(entry.path(), root).string();
-      if (!entry.is_regular_file() || name.starts_with("problems") || name.starts_with('.'))
-        continue;
+      auto const name = entry.path().lexically_relative(root).string();
+      bool const isHidden = entry.path().filename().string().starts_with('.');
+      if (isHidden || !entry.is_regular_file() || name.starts_with("problems")) continue;
       std::ifstream file(entry.path());
       files[name] = {std::istreambuf_iterator<char>(file), {}};
     }
@@ -183,10 +183,6 @@ class AgentFixture : public testing::Test, Oru::Mount::Backend::Observer {
 
  private:
   void changed(std::vector<Oru::Mount::Backend::Change> const&) override {}
-  void rootLost(std::string const&) override {}
-  void rootBack() override {}
-  void watchLost(TreePath const&, std::string const&) override {}
-  void watchBack(TreePath const&) override {}
 
   Oru::Mount::EventLoop loop_;
   Oru::Mount::FileBackend backend_{loop_, root};
