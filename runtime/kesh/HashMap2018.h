@@ -105,7 +105,7 @@ class HashMap2018 {
   bool memberIs(Key key, Value given) {
     auto const wanted = HashHelper::lookupKey(key);
     bool isNew = false;
-    Member& member = at(core_.memberG(operations, &wanted.key, wanted.hash, isNew));
+    Member& member = at(core_.newMemberG(operations, &wanted.key, wanted.hash, isNew));
     if (isNew) {
       new (&member.key_) Key(std::move(key));
       new (&member.value_) Value(std::move(given));

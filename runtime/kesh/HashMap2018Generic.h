@@ -86,8 +86,8 @@ class ORU_EXPORT HashMap2018Generic {
   }
   // The entry of a key. When there was none, `isNew` is set, and the caller constructs key and value
   // in the free entry that is returned, without failing.
-  [[gnu::always_inline]] void* memberG(Operations const& of, void const* key, std::uint32_t hash,
-                                       bool& isNew) {
+  [[gnu::always_inline]] void* newMemberG(Operations const& of, void const* key, std::uint32_t hash,
+                                          bool& isNew) {
     std::uint32_t const wanted = hash | liveBit;
     std::uint32_t slot = home(wanted);
     void* const found = find(of, key, wanted, slot);

@@ -14,14 +14,21 @@
 #include "runtime/vunda/Ptr.h"
 #include "runtime/vunda/RangeException.h"
 #include "runtime/vunda/String.h"
+#include "tests/runtime/kesh/HashMap2018Samples.h"
 #include "tests/runtime/vunda/SampleNodes.h"
 #include "tests/support/HeapProbe.h"
 
 namespace {
 
 using Kesh::HashMap2018;
+using OruTest::abcd;
+using OruTest::contents;
 using OruTest::heapAllocations;
 using OruTest::heapLive;
+using OruTest::HN_Test;
+using OruTest::Names;
+using OruTest::Nodes;
+using OruTest::Numbers;
 using OruTest::Sample;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -30,29 +37,7 @@ using Vunda::makeNode;
 using Vunda::Ptr;
 using Vunda::String;
 
-struct HN_Test;
-using Names = HashMap2018<HN_Test, String, int>;
-using Numbers = HashMap2018<HN_Test, std::uint32_t, int>;
-using Nodes = HashMap2018<HN_Test, String, Ptr<Sample>>;
-
 String named(int i) { return String(("key" + std::to_string(i)).c_str()); }
-
-template <class Map>
-auto contents(Map const& map) {
-  using Key = std::remove_cvref_t<decltype(map.iterator().key())>;
-  using Value = decltype(map.iterator().value());
-  std::vector<std::pair<Key, Value>> all;
-  for (auto it = map.iterator(); it; ++it) all.emplace_back(it.key(), it.value());
-  map.verify();
-  return all;
-}
-
-Names abcd() {
-  Names map;
-  int value = 0;
-  for (char const* key : {"a", "b", "c", "d"}) map.newMember(key, ++value);
-  return map;
-}
 
 // A key that counts how often it is hashed, and whose hash the test chooses.
 struct CountingKey {
@@ -446,276 +431,6 @@ TEST(HashMap2018DeathTest, CannotBeAssignedToWhileItIsIterated) {
     map = Names();
   };
   EXPECT_DEATH(assign(), "Assertion `iterators_ == 0 && other.iterators_ == 0' failed");
-}
-
-// --- the typed face ------------------------------------------------------------------------------
-
-TEST(HashMap2018DeathTest, ANewMemberMustBeAbsent) {
-  Names map = abcd();
-  EXPECT_DEATH(map.newMember("a", 1), "Assertion `isNew' failed");
-}
-
-TEST(HashMap2018, LooksUpByKey) {
-  Names const map = abcd();
-  EXPECT_EQ(map.size(), 4U);
-  EXPECT_FALSE(map.empty());
-  EXPECT_TRUE(map.has("c"));
-  EXPECT_FALSE(map.has("x"));
-  ASSERT_NE(map.lookup("c"), nullptr);
-  EXPECT_EQ(*map.lookup("c"), 3);
-  EXPECT_EQ(map.lookup("x"), nullptr);
-  EXPECT_EQ(map.value("d"), 4);
-  EXPECT_EQ(map.value("x"), 0);
-  auto it = map.iterator();
-  EXPECT_EQ(it.currNodeNonStale()->key(), String("a"));
-  EXPECT_EQ(it.currNodeNonStale()->value(), 1);
-}
-
-TEST(HashMap2018, MemberIsTellsWhetherItWrote) {
-  Names map;
-  EXPECT_TRUE(map.memberIs("a", 0)) << "a first insertion, whatever the value";
-  EXPECT_FALSE(map.memberIs("a", 0));
-  EXPECT_TRUE(map.memberIs("a", 1));
-  EXPECT_FALSE(map.memberIs("a", 1));
-  EXPECT_THAT(contents(map), ElementsAre(Pair("a", 1)));
-}
-
-TEST(HashMap2018, DeletingAnAbsentKeyChangesNothing) {
-  Names map = abcd();
-  int out = 77;
-  EXPECT_FALSE(map.deleteMember("x"));
-  EXPECT_FALSE(map.deleteMember("x", out));
-  EXPECT_EQ(out, 77);
-  EXPECT_EQ(map.size(), 4U);
-}
-
-TEST(HashMap2018, DeletingHandsTheValueOver) {
-  Names map = abcd();
-  int out = 0;
-  EXPECT_TRUE(map.deleteMember("c", out));
-  EXPECT_EQ(out, 3);
-  EXPECT_FALSE(map.has("c"));
-}
-
-TEST(HashMap2018, AKeyReadFromAMemberMayNameTheMemberToInsertOrRemove) {
-  Names map = abcd();
-  for (auto it = map.iterator(); it; ++it) map.memberIs(it.currNodeNonStale()->key(), 7);
-  EXPECT_THAT(contents(map), ElementsAre(Pair("a", 7), Pair("b", 7), Pair("c", 7), Pair("d", 7)));
-  map.deleteMember(map.iterator().currNodeNonStale()->key());
-  EXPECT_FALSE(map.has("a"));
-}
-
-TEST(HashMap2018, TheKeyOfARemovedMemberMayNameItsReinsertionThatMakesTheCollectionGrow) {
-  Names map = abcd();
-  auto it = map.iterator();
-  map.deleteMember("a");
-  EXPECT_TRUE(map.memberIs(it.key(), 9));
-  map.verify();
-  EXPECT_EQ(map.value("a"), 9);
-  EXPECT_EQ(it.key(), String("a"));
-}
-
-TEST(HashMap2018, ACopyHoldsTheMembersInTheSameOrderAndIsItsOwn) {
-  Names map = abcd();
-  map.deleteMember("b");
-  Names copy = map;
-  EXPECT_EQ(contents(copy), contents(map));
-  copy.newMember("e", 5);
-  EXPECT_FALSE(map.has("e"));
-
-  Numbers numbers;
-  for (std::uint32_t i = 0; i < 10; ++i) numbers.newMember(i, static_cast<int>(i));
-  Numbers const whole = numbers;
-  EXPECT_EQ(contents(whole), contents(numbers));
-  numbers.deleteMember(4);
-  Numbers const holed = numbers;
-  EXPECT_EQ(contents(holed), contents(numbers));
-}
-
-TEST(HashMap2018, ACopyOfACountedPointerIsAUser) {
-  auto const node = makeNode<Sample>();
-  Nodes map;
-  map.newMember("a", node);
-  {
-    Nodes const copy = map;
-    EXPECT_EQ(node->useCount(), 3U);
-  }
-  EXPECT_EQ(node->useCount(), 2U);
-}
-
-TEST(HashMap2018, AMovedCollectionLeavesAnEmptyOne) {
-  Names map = abcd();
-  Names const moved = std::move(map);
-  EXPECT_TRUE(map.empty());  // NOLINT(bugprone-use-after-move)
-  EXPECT_EQ(moved.size(), 4U);
-  map.newMember("a", 1);
-  EXPECT_THAT(contents(map), ElementsAre(Pair("a", 1)));
-}
-
-TEST(HashMap2018, AssignmentReplacesTheMembers) {
-  Names map = abcd();
-  Names other;
-  other.newMember("x", 9);
-  map = other;
-  EXPECT_THAT(contents(map), ElementsAre(Pair("x", 9)));
-  EXPECT_THAT(contents(other), ElementsAre(Pair("x", 9)));
-}
-
-TEST(HashMap2018, EqualityIsOfKeysAndValuesInWhateverOrder) {
-  Names const map = abcd();
-  Names other = abcd();
-  EXPECT_EQ(map, other);
-  other.deleteMember("a");
-  EXPECT_FALSE(map == other);
-  other.newMember("a", 1);
-  EXPECT_EQ(map, other);
-  other.memberIs("a", 2);
-  EXPECT_FALSE(map == other);
-  other.deleteMember("a");
-  other.newMember("x", 1);
-  EXPECT_FALSE(map == other);
-}
-
-TEST(HashMap2018, DestructionReleasesKeysAndValues) {
-  auto const live = heapLive();
-  bool gone = false;
-  {
-    Nodes map;
-    map.newMember("a", makeNode<Sample>(&gone));
-    map.newMember("b", nullptr);
-    map.deleteMember("b");
-  }
-  EXPECT_TRUE(gone);
-  EXPECT_EQ(heapLive(), live);
-}
-
-TEST(HashMap2018, SmallKeysOfEveryKindAreTheirOwnHash) {
-  enum class Kind : std::uint8_t { first, second };
-  HashMap2018<HN_Test, Kind, int> kinds;
-  kinds.newMember(Kind::second, 2);
-  EXPECT_EQ(kinds.value(Kind::second), 2);
-  EXPECT_FALSE(kinds.has(Kind::first));
-  HashMap2018<HN_Test, std::int16_t, int> signedNumbers;
-  signedNumbers.newMember(-1, 1);
-  signedNumbers.newMember(1, 2);
-  EXPECT_EQ(signedNumbers.value(-1), 1);
-  EXPECT_EQ(signedNumbers.value(1), 2);
-  EXPECT_EQ(Kesh::HashHelper::hashOf(Kind::second), 1U);
-  EXPECT_EQ(Kesh::HashHelper::hashOf(std::uint16_t{7}), 7U);
-  EXPECT_EQ(Kesh::HashHelper::lookupKey(std::uint16_t{7}).hash, 7U);
-}
-
-TEST(HashMap2018, AStringsLookupKeyCarriesItsHash) {
-  String const text("Linecard3");
-  auto const key = Kesh::HashHelper::lookupKey(text);
-  static_assert(std::is_same_v<decltype(key), Kesh::HashHelper::KeyStringLegacy const>);
-  EXPECT_EQ(&key.key, &text);
-  EXPECT_EQ(key.hash, text.hash());
-}
-
-// --- values whose release looks at the collection
-// -------------------------------------------------
-
-struct Looker : Kesh::Typed<Looker, Vunda::Node> {
-  static constexpr char const* typeName = "OruTest::Looker";
-  explicit Looker(std::function<void()> action) : atEnd(std::move(action)) {}
-  ~Looker() override { atEnd(); }
-  std::function<void()> atEnd;
-};
-using Lookers = HashMap2018<HN_Test, std::uint32_t, Ptr<Looker>>;
-
-TEST(HashMap2018, AReleasedValueSeesACollectionWithoutIt) {
-  Lookers map;
-  int ends = 0;
-  auto const looking = [&](std::uint32_t key) {
-    return makeNode<Looker>([&map, &ends, key] {
-      ++ends;
-      EXPECT_FALSE(map.has(key));
-      map.verify();
-    });
-  };
-  map.newMember(1, looking(1));
-  map.newMember(2, looking(2));
-  map.newMember(3, looking(3));
-  map.deleteMember(2);
-  EXPECT_EQ(ends, 1);
-  map.memberDelAll();
-  EXPECT_EQ(ends, 3);
-}
-
-TEST(HashMap2018, TheEndOfACollectionReleasesOneValueAfterTheOtherAndNoneFindsItself) {
-  std::vector<std::uint32_t> sizes;
-  {
-    Lookers map;
-    for (std::uint32_t key : {1U, 2U, 3U}) {
-      map.newMember(key, makeNode<Looker>([&map, &sizes, key] {
-                      EXPECT_FALSE(map.has(key));
-                      EXPECT_EQ(map.value(key), nullptr);
-                      sizes.push_back(map.size());
-                      map.deleteMember(3);
-                      map.verify();
-                    }));
-    }
-  }
-  EXPECT_THAT(sizes, ElementsAre(2U, 1U, 0U));
-}
-
-TEST(HashMap2018, AssignmentReleasesTheOldValuesAfterTheNewOnesStand) {
-  Lookers map;
-  bool stands = false;
-  map.newMember(1, makeNode<Looker>([&] { stands = map.size() == 2 && map.has(5); }));
-  Lookers next;
-  next.newMember(5, nullptr);
-  next.newMember(6, nullptr);
-  map = next;
-  EXPECT_TRUE(stands);
-}
-
-TEST(HashMap2018, ReleasesTheOverwrittenValueAfterTheNewOneStands) {
-  Lookers map;
-  Looker const* seen = nullptr;
-  map.newMember(1, makeNode<Looker>([&] { seen = map.value(1).ptr(); }));
-  auto const next = makeNode<Looker>([] {});
-  map.memberIs(1, next);
-  EXPECT_EQ(seen, next.ptr());
-  map.memberDelAll();
-}
-
-TEST(HashMap2018, IsWholeAgainBeforeDeletionReleasesWhatTheOutputHeld) {
-  Lookers map;
-  std::uint32_t sizeThen = 99;
-  map.newMember(1, nullptr);
-  Ptr<Looker> out = makeNode<Looker>([&] {
-    sizeThen = map.size();
-    map.newMember(2, nullptr);
-    map.verify();
-  });
-  EXPECT_TRUE(map.deleteMember(1, out));
-  EXPECT_EQ(sizeThen, 0U);
-  EXPECT_TRUE(map.has(2));
-}
-
-TEST(HashMap2018, RemovingAllGoesOnUntilNoneIsLeftWhateverReleasesInsertAndRemove) {
-  Lookers map;
-  std::vector<std::uint32_t> ends;
-  auto const noting = [&ends](std::uint32_t key) {
-    return makeNode<Looker>([&ends, key] { ends.push_back(key); });
-  };
-  map.newMember(1, makeNode<Looker>([&] {
-                  ends.push_back(1);
-                  map.deleteMember(3);
-                  for (std::uint32_t key = 10; key < 20; ++key) map.newMember(key, noting(key));
-                }));
-  map.newMember(2, makeNode<Looker>([&] {
-                  ends.push_back(2);
-                  map.memberDelAll();
-                }));
-  map.newMember(3, noting(3));
-  map.newMember(4, noting(4));
-  map.memberDelAll();
-  EXPECT_THAT(ends, ElementsAre(1, 3, 2, 4, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19));
-  EXPECT_TRUE(map.empty());
-  map.verify();
 }
 
 }  // namespace

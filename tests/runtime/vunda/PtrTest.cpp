@@ -57,9 +57,9 @@ TEST(Ptr, ACopyIsOneMoreUser) {
 TEST(Ptr, AMoveIsNoUserAndLeavesNull) {
   auto node = makeNode<Sample>();
   Ptr<Sample> moved = std::move(node);
-  EXPECT_EQ(node, nullptr);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(node, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
   Ptr<Node> const converted = std::move(moved);
-  EXPECT_EQ(moved, nullptr);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(moved, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
   EXPECT_EQ(converted->useCount(), 1U);
 }
 
@@ -141,7 +141,7 @@ TEST(Ptr, CastToAnotherTypeIsNullAndHoldsNothing) {
 TEST(Ptr, CastOfATemporaryHandsItsCountOver) {
   Ptr<Node> node = makeNode<Announcer>();
   Ptr<Announcer> const cast = ptrCast<Announcer>(std::move(node));
-  EXPECT_EQ(node, nullptr);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(node, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
   EXPECT_EQ(cast->useCount(), 1U);
 }
 

@@ -80,7 +80,7 @@ TEST(String, ARepresentationLivesAsLongAsItsLastHandle) {
 TEST(String, AMovedFromStringIsEmpty) {
   String text("gone");
   String const moved = std::move(text);
-  EXPECT_TRUE(text.empty());  // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(text.empty());  // what a move leaves; NOLINT(bugprone-use-after-move)
   EXPECT_EQ(moved, String("gone"));
 }
 
