@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "mount/EventLoop.h"
+#include "tests/mount/LoopTurns.h"
 
 namespace Oru::Launcher::TestTools {
 
@@ -13,14 +14,7 @@ inline constexpr std::chrono::seconds patience{20};
 // Runs the loop until the condition holds; returns whether it came to hold in time. What the
 // condition depends on must come through the loop.
 inline bool runUntil(Mount::EventLoop& loop, std::function<bool()> const& condition) {
-  auto const end = std::chrono::steady_clock::now() + patience;
-  while (!condition()) {
-    auto const left = std::chrono::duration_cast<std::chrono::microseconds>(
-        end - std::chrono::steady_clock::now());
-    if (left.count() <= 0) return false;
-    loop.turn(left);
-  }
-  return true;
+  return OruTest::turnUntil(loop, condition, patience);
 }
 
 }  // namespace Oru::Launcher::TestTools

@@ -61,12 +61,19 @@ class FileBackendTest : public testing::Test {
   Recorder recorder;
 };
 
+// With a watch of d/, which is there.
+class WatchedDirectory : public FileBackendTest {
+ protected:
+  WatchedDirectory() { fs::create_directories(root + "/d"); }
+
+  FileBackend backend{loop, root};
+  std::unique_ptr<Backend::Watch> watch;
+  void SetUp() override { watch = backend.watch({"d"}, recorder); }
+};
+
 using Told = std::vector<std::string>;
 
-TEST_F(FileBackendTest, TellsOfValuesThatAreRenamedIntoPlaceChangedAndRemoved) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, TellsOfValuesThatAreRenamedIntoPlaceChangedAndRemoved) {
   othersPut("d/a.json", "1");
   EXPECT_TRUE(awaits("d/a.json"));
   take();
@@ -77,10 +84,7 @@ TEST_F(FileBackendTest, TellsOfValuesThatAreRenamedIntoPlaceChangedAndRemoved) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
-TEST_F(FileBackendTest, TellsOfAValueThatIsWrittenInPlaceWhenItsWriterClosesIt) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, TellsOfAValueThatIsWrittenInPlaceWhenItsWriterClosesIt) {
   {
     std::ofstream file(root + "/d/a.json");
     file << "{" << std::flush;
@@ -102,10 +106,7 @@ TEST_F(FileBackendTest, TellsOfALinkAndOfASecondLinkToACompleteFile) {
   EXPECT_TRUE(awaits("d/b.json"));
 }
 
-TEST_F(FileBackendTest, ChangesOfOneTurnAreToldOnceEach) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ChangesOfOneTurnAreToldOnceEach) {
   for (int i = 0; i < 5; ++i) {
     othersPut("d/a.json", std::to_string(i));
     othersPut("d/b.json", std::to_string(i));
@@ -142,10 +143,7 @@ TEST_F(FileBackendTest, WhatLiesDeeperThanATreeIsToldWhenItAppearsAndNotFollowed
   EXPECT_EQ(Told{"d/end.json"}, take());
 }
 
-TEST_F(FileBackendTest, ADirectoryThatIsMovedInIsFollowed) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ADirectoryThatIsMovedInIsFollowed) {
   fs::create_directories(folder / "new/sub");
   fs::rename(folder / "new", root + "/d/new");
   EXPECT_TRUE(awaits("d/new/"));
@@ -212,10 +210,7 @@ TEST_F(FileBackendTest, WhatOthersMakeWhereAnOwnFileWasRemovedIsTold) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
-TEST_F(FileBackendTest, HiddenNamesAreNobodys) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, HiddenNamesAreNobodys) {
   othersPut("d/.hidden.json", "1");
   fs::create_directories(root + "/d/.dir");
   othersPut("d/end.json", "1");
@@ -223,18 +218,12 @@ TEST_F(FileBackendTest, HiddenNamesAreNobodys) {
   EXPECT_EQ(Told{"d/end.json"}, take());
 }
 
-TEST_F(FileBackendTest, AStrayFileIsToldAsAChangeOfItsDirectory) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, AStrayFileIsToldAsAChangeOfItsDirectory) {
   othersPut("d/README", "1");
   EXPECT_TRUE(awaits("d/"));
 }
 
-TEST_F(FileBackendTest, ADirectoryInPlaceOfAValueIsToldAsThatValue) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ADirectoryInPlaceOfAValueIsToldAsThatValue) {
   fs::create_directories(root + "/d/a.json");
   EXPECT_TRUE(awaits("d/a.json"));
 }
@@ -267,10 +256,6 @@ TEST_F(FileBackendTest, AWatchMayBeEndedWhileItIsTold) {
       first.reset();
       second.reset();
     }
-    void rootLost(std::string const&) override {}
-    void rootBack() override {}
-    void watchLost(TreePath const&, std::string const&) override {}
-    void watchBack(TreePath const&) override {}
     int calls = 0;
     std::unique_ptr<Backend::Watch> first, second;
   } ender;
@@ -282,10 +267,7 @@ TEST_F(FileBackendTest, AWatchMayBeEndedWhileItIsTold) {
   EXPECT_EQ(1, ender.calls);
 }
 
-TEST_F(FileBackendTest, ARootThatIsMovedAwayAndPutBackIsToldAndFollowedAgain) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ARootThatIsMovedAwayAndPutBackIsToldAndFollowedAgain) {
   fs::rename(root, folder / "away");
   EXPECT_TRUE(awaits("lost"));
   EXPECT_EQ(Told{"lost"}, take());
@@ -296,10 +278,7 @@ TEST_F(FileBackendTest, ARootThatIsMovedAwayAndPutBackIsToldAndFollowedAgain) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
-TEST_F(FileBackendTest, ARootThatIsRemovedAndMadeAgainIsFollowedAgain) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ARootThatIsRemovedAndMadeAgainIsFollowedAgain) {
   fs::remove_all(root);
   EXPECT_TRUE(awaits("lost"));
   fs::create_directories(root + "/d");
@@ -325,10 +304,7 @@ TEST_F(FileBackendTest, ARootInWhichAFileIsOpenIsFollowedAgainAfterItsRemoval) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
-TEST_F(FileBackendTest, ARootThatIsExchangedIsReadAgainWithoutLoss) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, ARootThatIsExchangedIsReadAgainWithoutLoss) {
   fs::create_directories(folder / "other/d");
   fs::rename(root, folder / "away");
   fs::rename(folder / "other", root);
@@ -371,10 +347,7 @@ TEST_F(FileBackendTest, AnOverflowOfTheKernelsQueueIsToldAsAChangeOfEverything) 
   EXPECT_TRUE(awaits("d/after.json"));
 }
 
-TEST_F(FileBackendTest, AnIdleWatchWakesNobody) {
-  fs::create_directories(root + "/d");
-  FileBackend backend(loop, root);
-  auto const watch = backend.watch({"d"}, recorder);
+TEST_F(WatchedDirectory, AnIdleWatchWakesNobody) {
   OruTest::settle(loop);
   EXPECT_FALSE(loop.turn(std::chrono::milliseconds(300)));
 }
