@@ -135,9 +135,7 @@ TEST_F(RingThreadsTest, ReaderOfALiveFileSeesWholeRecordsInOrder) {
   Ringlog::Reader reader(path());
   std::uint64_t last = 0;
   std::uint64_t missedBefore = 0;
-  for (bool lastLook = false; !lastLook;) {
-    lastLook = done;
-    reader.refresh();
+  auto const take = [&] {
     // A gap is allowed where bytes were missed, and before the first record.
     bool gapAllowed = last == 0 || reader.bytesMissed() > missedBefore;
     for (auto const& record : recordsOf(reader)) {
@@ -148,6 +146,12 @@ TEST_F(RingThreadsTest, ReaderOfALiveFileSeesWholeRecordsInOrder) {
       last = number;
       missedBefore = reader.bytesMissed();
     }
+  };
+  take();  // what it found when it was made; a refresh keeps to that until it is taken
+  for (bool lastLook = false; !lastLook;) {
+    lastLook = done;
+    reader.refresh();
+    take();
   }
   EXPECT_EQ(last, records);
 }
@@ -168,9 +172,7 @@ TEST_F(RingThreadsTest, ReaderOfALiveFileWithManyWritersMissesNothingThatIsThere
   Ringlog::Reader reader(path());
   std::vector<std::vector<bool>> seen(threads, std::vector<bool>(perThread));
   std::uint64_t count = 0;
-  for (bool lastLook = false; !lastLook;) {
-    lastLook = done == threads;
-    reader.refresh();
+  auto const take = [&] {
     for (auto const& record : recordsOf(reader)) {
       auto const [thread, number] = checked(record);
       ASSERT_LT(thread, threads);
@@ -178,6 +180,12 @@ TEST_F(RingThreadsTest, ReaderOfALiveFileWithManyWritersMissesNothingThatIsThere
       seen[thread][number] = true;
       ++count;
     }
+  };
+  take();  // what it found when it was made; a refresh keeps to that until it is taken
+  for (bool lastLook = false; !lastLook;) {
+    lastLook = done == threads;
+    reader.refresh();
+    take();
   }
   EXPECT_EQ(count, threads * perThread);
   EXPECT_THAT(reader.damage(), IsEmpty());
