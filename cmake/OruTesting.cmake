@@ -25,6 +25,7 @@ function(oru_add_test name)
   endif()
   target_link_libraries(
     ${name} PRIVATE ${arg_LIBS} GTest::gtest_main GTest::gmock rapidcheck_gtest)
+  target_precompile_headers(${name} REUSE_FROM oru-test-headers)
   if(arg_LABEL STREQUAL "threads")
     add_dependencies(tests-threads ${name})
   endif()

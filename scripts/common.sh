@@ -7,6 +7,9 @@ script_name="$(basename "$0")"
 
 # A clone in another folder finds in the compiler cache what this one compiled.
 export CCACHE_BASEDIR="$source_dir" CCACHE_NOHASHDIR=yes
+# The compiler says what it has read, which saves a run of the preprocessor; and what was compiled
+# with precompiled headers is kept as well.
+export CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 say() { printf '%s: %s\n' "$script_name" "$*"; }
 
