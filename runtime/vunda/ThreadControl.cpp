@@ -2,6 +2,6 @@
 
 namespace Vunda {
 
-constinit std::atomic<std::uint8_t> ThreadControl::tsp_{0};
+constinit std::uint8_t ThreadControl::tsp_ = 0;
 
 }  // namespace Vunda

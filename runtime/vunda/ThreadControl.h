@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "runtime/vunda/Export.h"
@@ -16,12 +15,13 @@ namespace Vunda {
 // creation orders the write before everything that thread does); it then also serves every thread
 // that appears later. Clear it only after the last such thread was joined. Notifications,
 // collections and mutators stay single-threaded in either mode.
+//
+// So nobody writes the byte while another thread may read it: it is a plain one, which every count
+// and every trace record can test in one instruction.
 struct ThreadControl {
-  ORU_EXPORT static std::atomic<std::uint8_t> tsp_;
+  ORU_EXPORT static std::uint8_t tsp_;
 
-  static bool threadSafe() noexcept {
-    return __builtin_expect(tsp_.load(std::memory_order_relaxed) != 0, 0);
-  }
+  static bool threadSafe() noexcept { return __builtin_expect(tsp_ != 0, 0); }
 };
 
 }  // namespace Vunda
