@@ -1,6 +1,7 @@
 #include "runtime/vunda/Publisher.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "runtime/vunda/Assert.h"
 #include "runtime/vunda/Subscriber.h"
@@ -34,20 +35,36 @@ void Publisher::remove(Subscriber* subscriber) noexcept {
   }
 }
 
+// Most nodes have one subscriber: its delivery is written out, since what a loop costs beside its
+// calls would be most of it.
 void Publisher::deliver(FieldId field, void const* key, void const* value) noexcept {
+  if (size_ != 1 || owner_->useCount() == 0) return notifyAll(field, key, value);
+  owner_->incUse();
+  ++delivering_;
+  slots_[0]->notify(this, field, key, value);
+  --delivering_;
+  if (holes_ != 0) closeHolesIfOutermost();
+  owner_->decUseImpl();
+}
+
+// There is a slot at least. An owner that publishes from its destructor is not counted any more.
+void Publisher::notifyAll(FieldId field, void const* key, void const* value) noexcept {
   bool const kept = owner_->useCount() != 0;
   if (kept) owner_->incUse();
   ++delivering_;
-  std::uint32_t const standing = size_;
-  for (std::uint32_t i = 0; i < standing; ++i) {
+  std::size_t const standing = size_;
+  std::size_t i = 0;
+  do {
     // Read anew each time: a callback may have moved the slots or emptied this one.
     slots_[i]->notify(this, field, key, value);
-  }
-  if (--delivering_ == 0 && holes_ != 0) closeHoles();
+  } while (++i != standing);
+  --delivering_;
+  if (holes_ != 0) closeHolesIfOutermost();
   if (kept) owner_->decUseImpl();
 }
 
-void Publisher::closeHoles() noexcept {
+void Publisher::closeHolesIfOutermost() noexcept {
+  if (delivering_ != 0) return;
   Subscriber** const end = std::remove(slots_, slots_ + size_, &hole);
   size_ = static_cast<std::uint32_t>(end - slots_);
   holes_ = 0;

@@ -103,8 +103,9 @@ class ORU_EXPORT Publisher {
   static constexpr std::uint32_t inlineCapacity = 2;
 
   void deliver(FieldId field, void const* key, void const* value) noexcept;
+  void notifyAll(FieldId field, void const* key, void const* value) noexcept;
   void remove(Subscriber* subscriber) noexcept;
-  void closeHoles() noexcept;
+  void closeHolesIfOutermost() noexcept;
   void grow();
 
   Node const* owner_;
