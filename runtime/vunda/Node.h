@@ -41,8 +41,8 @@ class ORU_EXPORT Node {
   virtual Publisher* publisher() const;
   virtual TypeData const* typeData() const;
 
-  void incUse() const noexcept { Impl::useWordAdd(use_); }
-  void decUseImpl() const {
+  [[gnu::always_inline]] void incUse() const noexcept { Impl::useWordAdd(use_); }
+  [[gnu::always_inline]] void decUseImpl() const {
     if ((Impl::useWordSubtract(use_) & useCountMask) == 0) const_cast<Node*>(this)->lastUserGone();
   }
 

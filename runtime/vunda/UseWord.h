@@ -7,8 +7,9 @@
 namespace Vunda::Impl {
 
 // The one place that decides between plain and atomic arithmetic on a use word (see ThreadControl).
+// Always in line: what is left of it in the common mode is a test and an addition.
 
-inline void useWordAdd(std::uint32_t& word) noexcept {
+[[gnu::always_inline]] inline void useWordAdd(std::uint32_t& word) noexcept {
   if (ThreadControl::threadSafe()) {
     __atomic_fetch_add(&word, 1U, __ATOMIC_RELAXED);
   } else {
@@ -17,7 +18,7 @@ inline void useWordAdd(std::uint32_t& word) noexcept {
 }
 
 // Returns what is left in the word.
-inline std::uint32_t useWordSubtract(std::uint32_t& word) noexcept {
+[[gnu::always_inline]] inline std::uint32_t useWordSubtract(std::uint32_t& word) noexcept {
   if (ThreadControl::threadSafe()) return __atomic_sub_fetch(&word, 1U, __ATOMIC_ACQ_REL);
   return --word;
 }
