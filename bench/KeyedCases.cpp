@@ -61,7 +61,7 @@ struct Ours {
     }
   }
   void eraseAll() {
-    for (auto it = map.iterator(); it; ++it) map.deleteMember(it.key());
+    for (auto it = map.iterator(); it; ++it) map.deleteMember(it);
   }
 };
 

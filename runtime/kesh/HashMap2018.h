@@ -63,6 +63,8 @@ class HashMap2018 {
     }
 
    private:
+    friend class HashMap2018;
+
     HashMap2018Generic::Iterator core_;
   };
 
@@ -129,13 +131,18 @@ class HashMap2018 {
     auto const wanted = HashHelper::lookupKey(key);
     return core_.deleteMemberG(operations, &wanted.key, wanted.hash, &removed);
   }
+  // Removes the member that one of the collection's iterators stands on, without looking for its
+  // key; false when it was removed already. The iterator may go on.
+  bool deleteMember(Iterator const& at) noexcept {
+    if (at.currNodeNonStale() == nullptr) return false;
+    Value removed{};
+    core_.deleteCurrentG(operations, at.core_, &removed);
+    return true;
+  }
   // Removes one member after the other until none is left. Then returns the storage, unless somebody
   // iterates.
   void memberDelAll() noexcept {
-    for (HashMap2018Generic::Iterator it(operations, core_); !it.atEnd(); it.advance(operations)) {
-      Value removed{};
-      core_.deleteCurrentG(operations, it, &removed);
-    }
+    for (Iterator it = iterator(); it; ++it) deleteMember(it);
     if (core_.iterators_ == 0) core_.emptyAllBuckets();
   }
   void reserve(std::uint32_t members) { core_.reserve(members); }

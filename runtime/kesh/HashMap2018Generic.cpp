@@ -80,12 +80,6 @@ void HashMap2018Generic::emptyAllBuckets() noexcept {
   capacity_ = size_ = 0;
 }
 
-std::uint32_t HashMap2018Generic::slotOf(std::uint32_t position) const noexcept {
-  std::uint32_t slot = home(tag(entry(position)));
-  while (index_[slot] != position + 1) slot = next(slot);
-  return slot;
-}
-
 std::uint32_t HashMap2018Generic::freeSlotFor(std::uint32_t tag) const noexcept {
   std::uint32_t slot = home(tag);
   while (index_[slot] != 0) slot = next(slot);
@@ -133,7 +127,8 @@ void HashMap2018Generic::compact() noexcept {
 // Moves the live entries from `from` to `end` down to `to`.
 void HashMap2018Generic::shiftRun(std::uint32_t to, std::uint32_t from,
                                   std::uint32_t end) noexcept {
-  for (std::uint32_t at = from; at < end; ++at) index_[slotOf(at)] = at - from + to + 1;
+  for (std::uint32_t at = from; at < end; ++at)
+    index_[slotOf(*operations_, at)] = at - from + to + 1;
   if (operations_->trivial) {
     std::memmove(entry(to), entry(from), std::size_t{end - from} * operations_->entrySize);
     return;

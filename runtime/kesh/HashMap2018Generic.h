@@ -106,7 +106,7 @@ class ORU_EXPORT HashMap2018Generic {
     std::uint32_t slot = home(hash | liveBit);
     void* const found = find(of, key, hash | liveBit, slot);
     if (found == nullptr) return false;
-    removeAt(of, slot, out);
+    removeAt(of, slot, index_[slot] - 1, out);
     return true;
   }
   // Makes room for that many members without further growth.
@@ -161,7 +161,7 @@ class ORU_EXPORT HashMap2018Generic {
 
   // Removes the member that an iterator stands on, as above; it must not be stale.
   void deleteCurrentG(Operations const& of, Iterator const& at, void* out) noexcept {
-    removeAt(of, slotOf(at.position_), out);
+    removeAt(of, slotOf(of, at.position_), at.position_, out);
   }
 
  private:
@@ -216,9 +216,16 @@ class ORU_EXPORT HashMap2018Generic {
     return nullptr;
   }
 
+  // The slot that refers to a living entry.
+  [[gnu::always_inline]] std::uint32_t slotOf(Operations const& of,
+                                              std::uint32_t position) const noexcept {
+    std::uint32_t slot = home(tag(entry(of, position)));
+    while (index_[slot] != position + 1) slot = next(slot);
+    return slot;
+  }
+
   [[gnu::always_inline]] void removeAt(Operations const& of, std::uint32_t slot,
-                                       void* out) noexcept {
-    std::uint32_t const position = index_[slot] - 1;
+                                       std::uint32_t position, void* out) noexcept {
     void* const removed = entry(of, position);
     index_[slot] = 0;
     if (index_[next(slot)] != 0) closeGap(slot);
@@ -234,7 +241,6 @@ class ORU_EXPORT HashMap2018Generic {
     if (position + 1 == size_ || tooManyAreDead()) tidy();
   }
 
-  std::uint32_t slotOf(std::uint32_t position) const noexcept;
   std::uint32_t freeSlotFor(std::uint32_t tag) const noexcept;
   std::uint32_t freeSlotInMoreRoom(std::uint32_t tag);
   void closeGap(std::uint32_t slot) noexcept;

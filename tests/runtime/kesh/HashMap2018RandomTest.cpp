@@ -165,7 +165,12 @@ class Run {
   void removeCurrent(unsigned which) {
     if (iterators_.empty()) return;
     Standing const& standing = iterators_[which % iterators_.size()];
-    if (standing.at < entries_.size()) remove(standing.real.key());
+    if (standing.at >= entries_.size()) return;
+    if (which % 2 == 0) return remove(standing.real.key());
+    Entry& entry = entries_[standing.at];
+    expect(map_.deleteMember(standing.real) == entry.alive,
+           "deleteMember by iterator tells something else");
+    if (entry.alive) kill(entry);
   }
 
   void removeAll() {

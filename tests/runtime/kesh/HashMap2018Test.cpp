@@ -202,6 +202,20 @@ TEST(HashMap2018, RemovingEachCurrentMemberEmptiesTheCollection) {
   EXPECT_FALSE(map.iterator());
 }
 
+TEST(HashMap2018, RemovesTheMemberThatAnIteratorStandsOnAndNoOther) {
+  Names map = abcd();
+  auto it = map.iterator();
+  ++it;
+  EXPECT_TRUE(map.deleteMember(it));
+  EXPECT_FALSE(map.deleteMember(it)) << "it is stale";
+  map.newMember("b", 9);
+  EXPECT_FALSE(map.deleteMember(it)) << "another member of the same key";
+  EXPECT_EQ(it.key(), String("b"));
+  ++it;
+  EXPECT_EQ(it.key(), String("c"));
+  EXPECT_THAT(contents(map), ElementsAre(Pair("a", 1), Pair("c", 3), Pair("d", 4), Pair("b", 9)));
+}
+
 TEST(HashMap2018, AllMembersMayGoWhileIteratorsStandAnywhere) {
   Names map = abcd();
   auto first = map.iterator();
