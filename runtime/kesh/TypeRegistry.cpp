@@ -21,12 +21,12 @@ std::vector<Registered>& registeredTypes() {
   return all;
 }
 
-// Types are few and asked for by plain text: their hashes are compared one after the other.
+// Types are few and asked for by plain text: their names are compared one after the other, and
+// seldom more of them than the length.
 Registered* find(char const* typeName) {
   std::string_view const wanted = typeName ? typeName : "";
-  std::uint32_t const hash = Vunda::String::hashOf(wanted);
   for (Registered& type : registeredTypes()) {
-    if (type.name.hash() == hash && type.name.view() == wanted) return &type;
+    if (type.name.view() == wanted) return &type;
   }
   return nullptr;
 }
