@@ -19,11 +19,10 @@ Ptr<Entity> Dir::createEntity(char const* type, String const& name) {
 
 void Dir::entityIs(Ptr<Entity> const& given) {
   if (!given) throwMutatorArgNullPointerException(typeName, "entityPtr");
-  Ptr<Entity> const entity = given;
-  String const name = entity->name();
-  Ptr<Entity> const replaced = entityPtr_.value(name);
+  Ptr<Entity> const entity = given;  // a callback may drop the caller's pointer
+  String const& name = entity->name();
+  Ptr<Entity> const replaced = entityPtr_.memberExchange(name, entity);
   if (replaced != entity) {
-    entityPtr_.memberIs(name, entity);
     if (replaced) replaced->handleParent(nullptr);
     entity->handleParent(Ptr<Entity>(this));
   }

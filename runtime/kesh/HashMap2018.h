@@ -105,17 +105,16 @@ class HashMap2018 {
   // Inserts or overwrites. False when the key held an equal value already: nothing was written
   // then.
   bool memberIs(Key key, Value given) {
-    auto const wanted = HashHelper::lookupKey(key);
-    bool isNew = false;
-    Member& member = at(core_.newMemberG(operations, &wanted.key, wanted.hash, isNew));
-    if (isNew) {
-      new (&member.key_) Key(std::move(key));
-      new (&member.value_) Value(std::move(given));
-      return true;
-    }
-    if (member.value_ == given) return false;
-    std::swap(member.value_, given);
+    Member* const standing = insertUnlessThere(key, given);
+    if (!standing) return true;
+    if (standing->value_ == given) return false;
+    std::swap(standing->value_, given);
     return true;
+  }
+  // Inserts or overwrites, and returns the value that stood there: a default value when none did.
+  Value memberExchange(Key key, Value given) {
+    Member* const standing = insertUnlessThere(key, given);
+    return standing ? std::exchange(standing->value_, std::move(given)) : Value();
   }
   // Removes a member and hands its value to `out`; false when there is none. The collection is
   // whole again before whatever `out` held before is released.
@@ -160,6 +159,17 @@ class HashMap2018 {
   void verify() const { core_.verify(); }
 
  private:
+  // The member of that key; null when there was none: then key and value were moved into a new one.
+  [[gnu::always_inline]] Member* insertUnlessThere(Key& key, Value& given) {
+    auto const wanted = HashHelper::lookupKey(key);
+    bool isNew = false;
+    Member& member = at(core_.newMemberG(operations, &wanted.key, wanted.hash, isNew));
+    if (!isNew) return &member;
+    new (&member.key_) Key(std::move(key));
+    new (&member.value_) Value(std::move(given));
+    return nullptr;
+  }
+
   static Member& at(void* entry) noexcept { return *static_cast<Member*>(entry); }
   static Member const& at(void const* entry) noexcept { return *static_cast<Member const*>(entry); }
 

@@ -56,6 +56,14 @@ TEST(HashMap2018, MemberIsTellsWhetherItWrote) {
   EXPECT_THAT(contents(map), ElementsAre(Pair("a", 1)));
 }
 
+TEST(HashMap2018, ExchangingHandsOverWhatStoodThere) {
+  Names map = abcd();
+  EXPECT_EQ(map.memberExchange("b", 7), 2);
+  EXPECT_EQ(map.memberExchange("e", 5), 0) << "a default value";
+  EXPECT_THAT(contents(map),
+              ElementsAre(Pair("a", 1), Pair("b", 7), Pair("c", 3), Pair("d", 4), Pair("e", 5)));
+}
+
 TEST(HashMap2018, DeletingAnAbsentKeyChangesNothing) {
   Names map = abcd();
   int out = 77;

@@ -101,8 +101,9 @@ class Run {
     switch (command.kind) {
       case 0:
       case 1:
-      case 2:
         return insert(key, made<Value>(command.other));
+      case 2:
+        return exchange(key, made<Value>(command.other));
       case 3:
       case 4:
         return remove(key);
@@ -133,6 +134,17 @@ class Run {
     Entry* const present = find(key);
     bool const writes = !present || !(present->value == value);
     expect(map_.memberIs(key, value) == writes, "memberIs tells something else");
+    holds(present, key, value);
+  }
+
+  void exchange(Key const& key, Value const& value) {
+    Entry* const present = find(key);
+    expect(map_.memberExchange(key, value) == (present ? present->value : Value{}),
+           "memberExchange hands another value over");
+    holds(present, key, value);
+  }
+
+  void holds(Entry* present, Key const& key, Value const& value) {
     if (present) {
       present->value = value;
     } else {
