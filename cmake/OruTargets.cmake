@@ -67,6 +67,8 @@ function(oru_add_libraries)
     set(script "${PROJECT_SOURCE_DIR}/cmake/oru-central.map")
     target_link_options(oru-central PRIVATE LINKER:--version-script=${script})
     set_target_properties(oru-central PROPERTIES LINK_DEPENDS "${script}")
+    # Calls within the library go straight to their function; nobody replaces one from outside.
+    target_link_options(oru-central PRIVATE LINKER:-Bsymbolic-functions)
     if(NOT ORU_CENTRAL_SANITIZE)
       target_link_options(oru-central PRIVATE LINKER:--no-undefined)
     endif()
