@@ -17,8 +17,9 @@ std::vector<Case>& cases() {
   return all;
 }
 
-Register::Register(std::string name, std::uint64_t operations, std::function<Body()> prepare) {
-  cases().push_back({std::move(name), std::move(prepare), operations});
+Register::Register(std::string name, std::uint64_t operations, std::function<Body()> prepare,
+                   std::int64_t batches) {
+  cases().push_back({std::move(name), std::move(prepare), operations, batches});
 }
 
 std::vector<Count>& counts() {
@@ -58,16 +59,19 @@ class NoMeter : public Meter {
 
 void registerWithGoogleBenchmark() {
   for (Case const& one : cases()) {
-    benchmark::RegisterBenchmark(one.name.c_str(), [&one](benchmark::State& state) {
-      Body const body = one.prepare();
-      for (auto _ : state) {
-        TimeMeter meter;
-        body(meter, one.operations);
-        state.SetIterationTime(meter.seconds());
-      }
-      state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
-                              static_cast<std::int64_t>(one.operations));
-    })->UseManualTime();
+    auto* const timed =
+        benchmark::RegisterBenchmark(one.name.c_str(), [&one](benchmark::State& state) {
+          Body const body = one.prepare();
+          for (auto _ : state) {
+            TimeMeter meter;
+            body(meter, one.operations);
+            state.SetIterationTime(meter.seconds());
+          }
+          state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
+                                  static_cast<std::int64_t>(one.operations));
+        });
+    timed->UseManualTime();
+    if (one.batches != 0) timed->Iterations(one.batches);
   }
 }
 
@@ -88,10 +92,11 @@ int runUnderCallgrind(char const* name) {
 
 int list() {
   for (Case const& one : cases()) {
-    std::printf("case %s %llu\n", one.name.c_str(),
-                static_cast<unsigned long long>(one.operations));
+    std::printf("case %s %llu %lld\n", one.name.c_str(),
+                static_cast<unsigned long long>(one.operations),
+                static_cast<long long>(one.batches));
   }
-  for (Count const& one : counts()) std::printf("count %s 1\n", one.name.c_str());
+  for (Count const& one : counts()) std::printf("count %s 1 0\n", one.name.c_str());
   return 0;
 }
 

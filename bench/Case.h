@@ -27,15 +27,18 @@ using Body = std::function<void(Meter& meter, std::uint64_t operations)>;
 struct Case {
   std::string name;
   std::function<Body()> prepare;
-  std::uint64_t
-      operations;  // in one run of the instruction mode, and in one batch of the time mode
+  std::uint64_t operations;  // in one run of the instruction mode, and in one batch of the other
+  // Batches in one repetition of the time mode; 0: as many as take long enough to be measured. A
+  // case that does much beside what it meters gives a number, or most of the time goes there.
+  std::int64_t batches;
 };
 
 std::vector<Case>& cases();
 
 // Registers a case when constructed as a static object.
 struct Register {
-  Register(std::string name, std::uint64_t operations, std::function<Body()> prepare);
+  Register(std::string name, std::uint64_t operations, std::function<Body()> prepare,
+           std::int64_t batches = 0);
 };
 
 // A body whose whole loop is metered: `loop(operations)`.

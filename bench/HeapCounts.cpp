@@ -39,7 +39,7 @@ double heapBetween(DeviceSize small, DeviceSize big, std::unique_ptr<MainJob> (*
 
 struct RegisterHeap {
   RegisterHeap() {
-    for (DeviceSize const size : {DeviceSize{4, 4, 32}, DeviceSize{16, 4, 64}}) {
+    for (DeviceSize const size : devices) {
       for (auto const& [who, make] :
            {std::pair{"ours", &libraryJob}, {"floorA", &floorA}, {"commodity", &commodityJob}}) {
         add(size, who, make);

@@ -22,6 +22,8 @@ struct DeviceSize {
   }
 };
 
+inline constexpr DeviceSize devices[] = {{4, 4, 32}, {16, 4, 64}, {8, 8, 512}};
+
 class MainJob {
  public:
   virtual ~MainJob() = default;

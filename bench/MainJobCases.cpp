@@ -1,5 +1,7 @@
 // The main job, event by event; each figure is per chip.
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -67,9 +69,16 @@ class Life {
   std::shared_ptr<MainJob> job_;
 };
 
+// Lives in one repetition of the time mode: about as many ports for every device, a second or two
+// at most for the slowest.
+std::int64_t lives(DeviceSize size) {
+  int const ports = size.slices * size.chips * size.ports;
+  return std::max(9, 150'000 / ports);
+}
+
 struct RegisterJobs {
   RegisterJobs() {
-    for (DeviceSize size : {DeviceSize{4, 4, 32}, DeviceSize{16, 4, 64}, DeviceSize{8, 8, 512}}) {
+    for (DeviceSize const size : devices) {
       for (auto [name, event] : {std::pair{"insertion", Event::insertion},
                                  {"publication", Event::publication},
                                  {"withdrawal", Event::withdrawal},
@@ -86,12 +95,14 @@ struct RegisterJobs {
                              {"floorB", &floorB},
                              {"floorC", &floorC},
                              {"commodity", &commodityJob}}) {
-      Register("job." + what + "/" + size.name() + "/" + who,
-               static_cast<std::uint64_t>(size.slices * size.chips), [=]() -> Body {
-                 Life life(size, make, event);
-                 return
-                     [life](Meter& meter, std::uint64_t chips) mutable { life.run(meter, chips); };
-               });
+      Register(
+          "job." + what + "/" + size.name() + "/" + who,
+          static_cast<std::uint64_t>(size.slices * size.chips),
+          [=]() -> Body {
+            Life life(size, make, event);
+            return [life](Meter& meter, std::uint64_t chips) mutable { life.run(meter, chips); };
+          },
+          lives(size));
     }
   }
 } const registerJobs;

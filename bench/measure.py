@@ -17,11 +17,14 @@ class Program:
     def __init__(self, path):
         self.path = path
         self.operations = {}
+        self.batches = {}  # in a repetition of the time mode, where that is a fixed number
         self.counts = set()
         for line in self._output("--list").splitlines():
-            kind, name, operations = line.split()
+            kind, name, operations, batches = line.split()
             if kind == "case":
                 self.operations[name] = int(operations)
+                if batches != "0":
+                    self.batches[name] = int(batches)
             else:
                 self.counts.add(name)
 
@@ -56,7 +59,7 @@ class Program:
             sys.exit("bench: the time mode failed")
         return {name: one["real_time"] / self.operations[name]
                 for one in json.loads(run.stdout)["benchmarks"] if one["aggregate_name"] == "median"
-                for name in [one["run_name"].removesuffix("/manual_time")]}
+                for name in [re.sub(r"(/iterations:\d+)?/manual_time$", "", one["run_name"])]}
 
     def counted(self, names):
         return {name: float(self._output("--count", name)) for name in names}
