@@ -25,23 +25,33 @@ def number(value):
     return "" if value is None else f"{value:.0f}" if value >= 1000 else f"{value:.1f}" if value >= 10 else f"{value:.2f}"
 
 
+def theirs(row):
+    return row["peer"] if row["floor"] is None else row["floor"]
+
+
 def text_table(rows):
-    yield f"{'what':34} {'mode':12} {'case':36} {'figure':>10} {'other':>10} {'ratio':>8}  target    met"
+    yield (f"{'what':34} {'mode':12} {'case':26} {'ours':>10} {'against':12} {'theirs':>10} {'ratio':>8}"
+           "  target    met")
     for one in rows:
-        yield (f"{one['what']:34} {one['mode']:12} {one['name']:36} {number(one['figure']):>10}"
-               f" {number(one['otherFigure']):>10} {one['ratio']:8.3g}  {one['target']:9} {'yes' if one['met'] else 'NO'}")
+        yield (f"{one['what']:34} {one['mode']:12} {one['name']:26} {number(one['figure']):>10}"
+               f" {one['against'] or '':12} {number(theirs(one)):>10} {one['ratio']:8.3g}  {one['target']:9}"
+               f" {'yes' if one['met'] else 'NO'}")
     yield summary(rows)
 
 
 def target_table(rows):
-    yield "| what | measured in | case | figure | compared with | its figure | ratio | target | met |"
+    yield "| what | measured in | case | ours | compared with | theirs | ratio | target | met |"
     yield "| --- | --- | --- | ---: | --- | ---: | ---: | --- | --- |"
     for one in rows:
-        against = one["other"].rsplit("/", 1)[-1] if one["other"] else ""
-        yield (f"| {one['what']} | {one['mode']} | {one['name']} | {number(one['figure'])} | {against} |"
-               f" {number(one['otherFigure'])} | {one['ratio']:.3g} | {one['target']} | {'yes' if one['met'] else '**no**'} |")
+        yield (f"| {one['what']} | {one['mode']} | {one['name']} | {number(one['figure'])} | {one['against'] or ''} |"
+               f" {number(theirs(one))} | {one['ratio']:.3g} | {one['target']} | {'yes' if one['met'] else '**no**'} |")
     yield ""
     yield summary(rows) + "."
+
+
+def not_measured(failures):
+    for failure in failures:
+        yield f"Not measured: {failure}"
 
 
 def by_case(figures):
@@ -119,12 +129,12 @@ def replaced(text, part, lines):
     return before + begin + "\n\n" + "\n".join(lines) + "\n\n" + end + rest.partition(end)[2]
 
 
-def write(folder, about, rows, figures):
+def write(folder, about, rows, figures, failures, how_timed):
     path = os.path.join(folder, "performance.md")
     with open(path) as file:
         text = file.read()
     text = replaced(text, "machine", [f"{about['processor']}, {about['cores']} cores; {about['system']}; {about['compiler']}."])
-    text = replaced(text, "targets", target_table(rows))
+    text = replaced(text, "targets", [*target_table(rows), *("\n" + line for line in not_measured(failures))])
     if "instructions" in figures:
         text = replaced(text, "figures", figure_table({**figures["instructions"], **figures["count"]},
                                                       "instructions; heap: bytes"))
@@ -134,6 +144,6 @@ def write(folder, about, rows, figures):
             file.write("\n".join(plot(grown)) + "\n")
     if "time" in figures:
         timed = {**figures["time"], **figures.get("program", {})}
-        text = replaced(text, "times", figure_table(timed, "nanoseconds; memory: MiB"))
+        text = replaced(text, "times", [how_timed, "", *figure_table(timed, "nanoseconds; memory: MiB")])
     with open(path, "w") as file:
         file.write(text)

@@ -3,6 +3,9 @@
 
 The wanted ratios are in targets.json: a figure, what it is compared with, and the bound. A "*" in the name of a figure
 stands for a size, which is then the same in what it is compared with. A target without "other" bounds the figure itself.
+
+report.json has one row for each target and size: `figure` is ours, `floor` or `peer` what it is compared with, and
+`against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours.
 """
 
 import argparse
@@ -38,14 +41,29 @@ def pairs(targets, names):
 
 
 def row(target, name, other, measured):
-    figure = measured[name]
-    against = measured[other] if other else 1.0
-    ratio = figure / against if against else float("inf")
-    bound = target.get("atMost", target.get("atLeast"))
-    met = ratio <= bound if "atMost" in target else ratio >= bound
-    return {"what": target["what"], "mode": target["mode"], "name": name, "figure": figure, "other": other,
-            "otherFigure": against if other else None, "ratio": ratio,
-            "target": ("<= " if "atMost" in target else ">= ") + f"{bound:g}", "met": met}
+    value, base = measured[name], measured[other] if other else 1.0
+    ratio = value / base if base else float("inf")
+    met, text = True, ""
+    if "atMost" in target:
+        met, text = ratio <= target["atMost"], f"<= {target['atMost']:g}"
+    elif "atLeast" in target:
+        met, text = ratio >= target["atLeast"], f">= {target['atLeast']:g}"
+    case, who = name.rsplit("/", 1)
+    ours, theirs, against = (value, base, other and other.rsplit("/", 1)[1]) if who == "ours" else (base, value, who)
+    is_floor = against is not None and (against.startswith("floor") or against == "plain")
+    return {"what": target["what"], "mode": target["mode"], "name": case, "figure": ours, "against": against,
+            "floor": theirs if is_floor else None, "peer": theirs if against and not is_floor else None,
+            "ratio": ratio, "target": text, "met": met}
+
+
+def untargeted(rows, figures):
+    """Rows of all that ours is compared with and has no target for: what they are may be seen to change, too."""
+    covered = {(one["name"], one["against"]) for one in rows}
+    for mode in ("instructions", "count"):
+        for name in sorted(figures.get(mode, {})):
+            case, who = name.rsplit("/", 1)
+            if who != "ours" and f"{case}/ours" in figures[mode] and (case, who) not in covered:
+                yield row({"what": case, "mode": mode}, f"{case}/ours", name, figures[mode])
 
 
 def worsened(baseline, rows):
@@ -55,13 +73,13 @@ def worsened(baseline, rows):
         yield f"{name}: only in {'the baseline' if name in baseline else 'this run'}; write a new baseline"
     for name in sorted(baseline.keys() & ratios.keys()):
         now, known = ratios[name]["ratio"], baseline[name]
-        change = now / known if ratios[name]["target"].startswith("<") else known / now
+        change = known / now if ratios[name]["target"].startswith(">") else now / known
         if change > 1 + TOLERANCE:
             yield f"{name}: {now:.4g}, baseline {known:.4g}"
 
 
 def key(row):
-    return f"{row['name']} / {row['other']}" if row["other"] else row["name"]
+    return f"{row['name']} / {row['against']}" if row["against"] else row["name"]
 
 
 def ratios(rows):
@@ -90,11 +108,17 @@ def parse():
                         help="only the instruction ratios of the mechanisms and of the small device; fails when one is "
                              "more than 10 %% worse than in this file")
     parser.add_argument("--write-baseline", metavar="BASELINE", help="write what --check measures to this file")
-    return parser.parse_args()
+    arguments = parser.parse_args()
+    if arguments.page and (arguments.mode != "both" or arguments.filter != "*"):
+        parser.error("--page wants all figures: neither --mode nor --filter goes with it")
+    if arguments.check or arguments.write_baseline:
+        arguments.mode = "instructions"
+    return arguments
 
 
 def measure(program, chosen, pairs_in_time, arguments):
-    figures = {}
+    """The figures by mode and name, and what could not be measured, in words."""
+    figures, failures = {}, []
     if arguments.mode != "time":
         print(f"counting the instructions of {len(chosen)} cases", file=sys.stderr)
         figures["instructions"] = program.instructions(chosen)
@@ -108,8 +132,19 @@ def measure(program, chosen, pairs_in_time, arguments):
             figures["time"].update(lttng_times(arguments))
         if arguments.programs:
             print("measuring the programs", file=sys.stderr)
-            figures["program"] = programs.measure(arguments.programs, os.path.dirname(arguments.program))
-    return figures
+            try:
+                figures["program"] = programs.measure(arguments.programs, os.path.dirname(arguments.program))
+            except Exception as error:  # whatever goes wrong there, the other figures are not to be lost
+                failures.append(f"the programs: {type(error).__name__}: {error}")
+    return figures, failures
+
+
+def time_text(program, figures, arguments):
+    """How the times were taken: repetitions, and what one is where that is a fixed number."""
+    lives = {name.split("/")[1]: count for name, count in program.batches.items() if name in figures.get("time", {})}
+    fixed = ", ".join(f"{count} of {device}" for device, count in lives.items())
+    return (f"Medians of {arguments.repetitions} repetitions. A repetition of the main job is a number of lives of the "
+            f"device ({fixed}), of everything else as many batches as take 50 ms.")
 
 
 def lttng_times(arguments):
@@ -124,42 +159,42 @@ def lttng_times(arguments):
 
 def main():
     arguments = parse()
-    if arguments.check or arguments.write_baseline:
-        arguments.mode = "instructions"
     with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "targets.json")) as file:
         targets = json.load(file)
     program = Program(arguments.program)
     chosen = [name for name in program.operations if fnmatch.fnmatchcase(name, arguments.filter)]
     if arguments.check or arguments.write_baseline:
-        wanted = [target for target in targets if target["mode"] == "instructions"]
-        chosen = sorted({name for _, *both in pairs(wanted, [name for name in chosen if is_checked(name)])
-                         for name in both if name})
+        chosen = [name for name in chosen if is_checked(name)]
     if not chosen:
         sys.exit(f"bench: no case matches {arguments.filter}")
 
-    figures = measure(program, chosen, pairs(targets, chosen), arguments)
+    figures, failures = measure(program, chosen, pairs(targets, chosen), arguments)
     measured = {name for mode in figures.values() for name in mode}
     rows = [row(*pair, figures[pair[0]["mode"]]) for pair in pairs(targets, measured)
             if pair[1] in figures.get(pair[0]["mode"], {})]
-    for line in page.text_table(rows):
+    for line in [*page.text_table(rows), *page.not_measured(failures)]:
         print(line)
 
     about = page.machine(program)
     if arguments.output:
         with open(arguments.output, "w") as file:
-            json.dump({"version": 1, "machine": about, "figures": figures, "rows": rows}, file, indent=1)
+            json.dump({"version": 2, "machine": about, "repetitions": arguments.repetitions, "batches": program.batches,
+                       "figures": figures, "notMeasured": failures, "rows": rows}, file, indent=1)
     if arguments.page:
-        page.write(arguments.page, about, rows, figures)
+        page.write(arguments.page, about, rows, figures, failures, time_text(program, figures, arguments))
+    compared = [*rows, *untargeted(rows, figures)]
     if arguments.write_baseline:
         with open(arguments.write_baseline, "w") as file:
-            json.dump(ratios(rows), file, indent=1)
+            json.dump(ratios(compared), file, indent=1)
             file.write("\n")
     if arguments.check:
         with open(arguments.check) as file:
-            worse = list(worsened(json.load(file), rows))
+            worse = list(worsened(json.load(file), compared))
         if worse:
             sys.exit("bench: worse than the baseline by more than 10 %:\n  " + "\n  ".join(worse))
         print("no ratio is more than 10 % worse than the baseline")
+    if failures:
+        sys.exit(1)
 
 
 if __name__ == "__main__":
