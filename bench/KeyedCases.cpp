@@ -122,55 +122,59 @@ struct Filled : Names<typename Who::Key> {
   Who table;
 };
 
-template <class Who, class Action>
-void add(char const* what, std::size_t size, char const* who, Action action) {
+// `makeBody` makes the body of a case of what is filled; a round is once every member.
+template <class Who, class MakeBody>
+void add(char const* what, std::size_t size, char const* who, MakeBody makeBody) {
   std::uint64_t const operations = size * (size < 1000 ? 1000 / size + 1 : 1);
   Register("keyed." + std::string(what) + "/" + std::to_string(size) + "/" + who, operations,
-           [=]() -> Body {
-             auto const filled = std::make_shared<Filled<Who>>(size);
-             return [filled, action, size](Meter& meter, std::uint64_t n) {
-               for (std::uint64_t done = 0; done < n; done += size) action(*filled, meter);
-             };
-           });
+           [=] { return makeBody(std::make_shared<Filled<Who>>(size), size); });
+}
+
+// Rounds that leave the table as it was: all in one go, so that the meter costs little of small
+// tables.
+template <class Who, class Round>
+void addRounds(char const* what, std::size_t size, char const* who, Round round) {
+  add<Who>(what, size, who, [=](std::shared_ptr<Filled<Who>> const& filled, std::size_t members) {
+    return metered([=](std::uint64_t n) {
+      for (std::uint64_t done = 0; done < n; done += members) round(*filled);
+    });
+  });
+}
+
+template <class Who>
+Body erasingAll(std::shared_ptr<Filled<Who>> const& filled, std::size_t members) {
+  return [=](Meter& meter, std::uint64_t n) {
+    for (std::uint64_t done = 0; done < n; done += members) {
+      meter.start();
+      filled->table.eraseAll();
+      meter.stop();
+      filled->fill();
+    }
+  };
 }
 
 template <class Who>
 void add(std::size_t size, char const* who) {
-  add<Who>("hit", size, who, [](Filled<Who>& in, Meter& meter) {
-    meter.start();
+  addRounds<Who>("hit", size, who, [](Filled<Who>& in) {
     for (auto const& key : in.present) {
       bool found = in.table.find(key);
       hide(found);
     }
-    meter.stop();
   });
-  add<Who>("miss", size, who, [](Filled<Who>& in, Meter& meter) {
-    meter.start();
+  addRounds<Who>("miss", size, who, [](Filled<Who>& in) {
     for (auto const& key : in.absent) {
       bool found = in.table.find(key);
       hide(found);
     }
-    meter.stop();
   });
-  add<Who>("churn", size, who, [](Filled<Who>& in, Meter& meter) {
-    meter.start();
+  addRounds<Who>("churn", size, who, [](Filled<Who>& in) {
     for (auto const& key : in.present) {
       in.table.erase(key);
       in.table.insert(key, &in);
     }
-    meter.stop();
   });
-  add<Who>("iterate", size, who, [](Filled<Who>& in, Meter& meter) {
-    meter.start();
-    in.table.iterate();
-    meter.stop();
-  });
-  add<Who>("erase-all", size, who, [](Filled<Who>& in, Meter& meter) {
-    meter.start();
-    in.table.eraseAll();
-    meter.stop();
-    in.fill();
-  });
+  addRounds<Who>("iterate", size, who, [](Filled<Who>& in) { in.table.iterate(); });
+  add<Who>("erase-all", size, who, &erasingAll<Who>);
 }
 
 struct RegisterKeyed {
