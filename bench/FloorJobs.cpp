@@ -1,6 +1,10 @@
 // Floors A and B: the writes of the main job on plain structs and flat hash maps, without
 // notifications, use counts, traces or checks that do not decide anything. A is keyed by names, B
 // by ids that were given out before.
+//
+// The interfaces of a published chip are a vector: ours is a set that may be asked for a member, but
+// in the main job nobody asks, they are only gone through when the chip is withdrawn. The chips of a
+// slice are a set, since they come and go one by one.
 
 #include <absl/container/flat_hash_map.h>
 #include <absl/container/flat_hash_set.h>
@@ -156,7 +160,7 @@ class FlatJob : public MainJob {
     std::uint8_t deviceId = 64;
     Key name{};
     Key sliceName{};
-    absl::flat_hash_set<Key> intfs;
+    std::vector<Key> intfs;
     double genTime = 0;
   };
 
@@ -168,7 +172,7 @@ class FlatJob : public MainJob {
     }
     ChipInfo info{id, chip.name, chip.sliceName, {}, chip.config->genTime};
     info.intfs.reserve(chip.hw->ports.size());
-    for (auto const& [port, intf] : chip.hw->ports) info.intfs.insert(intf);
+    for (auto const& [port, intf] : chip.hw->ports) info.intfs.push_back(intf);
     for (auto const& [intf, port] : chip.hw->status.intfToPort)
       intfToChipPort_.insert_or_assign(intf, ChipPort{id, port});
     sliceToChips_[chip.sliceName].insert(id);

@@ -43,6 +43,11 @@ Body copyAndRelease(Pointer const& pointer) {
   });
 }
 
+// A pointer that owns nothing: through memory, as the others, which are classes.
+struct Word {
+  std::uint32_t* count;
+};
+
 // The least: one word goes up and down.
 template <class Up, class Down>
 Body counter(Up up, Down down) {
@@ -51,9 +56,9 @@ Body counter(Up up, Down down) {
     std::uint32_t* const raw = count.get();
     for (std::uint64_t i = 0; i < n; ++i) {
       up(raw);
-      std::uint32_t* copy = raw;
+      Word copy{raw};
       hide(copy);
-      if (down(copy) == 0) std::abort();
+      if (down(copy.count) == 0) std::abort();
     }
   });
 }

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -84,26 +85,26 @@ static_assert(fourteen.size() == 14);
 
 void addRingRecords() {
   Register("record.none/1/ours", 1000, [] {
-    return traced(Tracing::ring, [](double) { ORU_TRACE(5, "Something happened"); });
+    return traced(Tracing::ring, [](double const&) { ORU_TRACE(5, "Something happened"); });
   });
   Register("record.none/1/floor", 1000,
-           [] { return floorRecord([](FloorRing& ring, double) { ring.record(1, 16); }); });
+           [] { return floorRecord([](FloorRing& ring, double const&) { ring.record(1, 16); }); });
   Register("record.double/1/ours", 1000, [] {
     return traced(Tracing::ring,
-                  [](double value) { ORU_TRACE(5, "Something happened {}", value); });
+                  [](double const& value) { ORU_TRACE(5, "Something happened {}", value); });
   });
   Register("record.double/1/floor", 1000, [] {
-    return floorRecord([](FloorRing& ring, double value) {
+    return floorRecord([](FloorRing& ring, double const& value) {
       std::memcpy(ring.record(2, 24), &value, sizeof value);
     });
   });
   Register("record.text-double/1/ours", 1000, [] {
-    return traced(Tracing::ring, [name = Vunda::String(fourteen)](double value) {
+    return traced(Tracing::ring, [name = Vunda::String(fourteen)](double const& value) {
       ORU_TRACE(5, "Something happened to {} at {}", name, value);
     });
   });
   Register("record.text-double/1/floor", 1000, [] {
-    return floorRecord([name = Vunda::String(fourteen)](FloorRing& ring, double value) {
+    return floorRecord([name = Vunda::String(fourteen)](FloorRing& ring, double const& value) {
       auto const length = static_cast<std::uint16_t>(name.length());
       char* const at = ring.record(3, (16 + 2 + length + sizeof value + 7) & ~std::size_t{7});
       std::memcpy(at, &length, sizeof length);
@@ -115,22 +116,25 @@ void addRingRecords() {
 
 void addOthers() {
   Register("record.disabled/1/ours", 1000, [] {
-    return traced(Tracing::off, [](double value) { ORU_TRACE(5, "Something happened {}", value); });
+    return traced(Tracing::off,
+                  [](double const& value) { ORU_TRACE(5, "Something happened {}", value); });
   });
   Register("record.disabled/1/floor", 1000, []() -> Body {
     auto const ring = std::make_shared<FloorRing>();
     return metered([ring](std::uint64_t n) {
-      static std::array<char, 17> flags{};
+      static std::array<std::atomic<char>, 17> flags{};
       double value = 1.5;
       for (std::uint64_t i = 0; i < n; ++i) {
         hide(value);
         hide(flags);
-        if (flags[5]) std::memcpy(ring->record(2, 24), &value, sizeof value);
+        // Another thread may switch it, as it may switch a level of ours.
+        if (flags[5].load(std::memory_order_relaxed))
+          std::memcpy(ring->record(2, 24), &value, sizeof value);
       }
     });
   });
   Register("record.text/1/ours", 1000, [] {
-    return traced(Tracing::text, [name = Vunda::String(fourteen)](double value) {
+    return traced(Tracing::text, [name = Vunda::String(fourteen)](double const& value) {
       ORU_TRACE(5, "Something happened to {} at {}", name, value);
     });
   });
