@@ -7,12 +7,10 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "bench/Case.h"
-#include "bench/MainJob.h"
+#include "bench/LibraryDevice.h"
 #include "bench/Tracing.h"
-#include "central/OruCentralSm.h"
 #include "runtime/kesh/System.h"
 
 namespace Bench {
@@ -20,7 +18,7 @@ namespace Bench {
 namespace {
 
 using namespace Oru::Central;
-using Vunda::makeNode, Vunda::Ptr, Vunda::ptrCast, Vunda::String;
+using Vunda::Ptr, Vunda::String;
 
 struct Surroundings {
   int slices = 4;
@@ -30,93 +28,39 @@ struct Surroundings {
   int idle = 4;
 };
 
-class Helper : public OruHelper::CentralHelper {
- public:
-  using CentralHelper::CentralHelper;
-
-  void featureCollection(Ptr<FeatureCollection> const&) const override {}
-  Ptr<ChipConfig> createChipConfig(String const& name, Ptr<Kesh::Dir> const& dir) override {
-    return ptrCast<ChipConfig>(dir->createEntity(ChipConfig::typeName, name));
-  }
-};
-
 class GrowingDevice {
  public:
-  explicit GrowingDevice(Surroundings const& around) {
-    root_ = centralSmFactory(hwConfig_, dir(), config_, status_, system_, requests_, dir(), dir(),
-                             dir(), dir(), makeNode<Helper>("helper"));
-    insert(makeBoard(0, around.chips, around.ports));
-    chip_ = ptrCast<ChipStatus>(chipEntity(status_));
-    chipConfig_ = ptrCast<ChipConfig>(chipEntity(config_));
-    insert(makeBoard(1, around.idle, 0));
-    for (int slice = 2; slice < around.slices; ++slice) insert(makeBoard(slice, 1, 0));
-    another_ = makeBoard(around.slices, 1, around.ports);
-    for (int i = 0; i < around.requests; ++i) request(String("Absent" + std::to_string(i)));
-    request_ = request(chip_->name());
-    requests_->entityIs(requester_);
+  explicit GrowingDevice(Surroundings const& around)
+      : board_(LibraryDevice::makeBoard(0, around.chips, around.ports, &deviceId)),
+        another_(LibraryDevice::makeBoard(around.slices, 1, around.ports, &otherDeviceId)),
+        request_(makeRequest(board_.chips[0]->name())) {
+    device_.insert(board_);
+    config_ = device_.configOf(board_, 0);
+    device_.insert(LibraryDevice::makeBoard(1, around.idle, 0, &otherDeviceId));
+    for (int slice = 2; slice < around.slices; ++slice)
+      device_.insert(LibraryDevice::makeBoard(slice, 1, 0, &otherDeviceId));
+    for (int i = 0; i < around.requests; ++i) makeRequest(String("Absent" + std::to_string(i)));
   }
 
-  void publish() { chip_->genTimeIs(chipConfig_->genTime()); }
+  void publish() { board_.chips[0]->genTimeIs(config_->genTime()); }
   void reset() { request_->genTimeIs(Kesh::System::currentTime()); }
-  bool isPublished() const { return system_->chipInfo().size() == 1; }
-  void insertAnother() { insert(another_); }
-  void removeAnother() {
-    hwConfig_->deleteEntity(another_.hwConfig->name());
-    status_->deleteEntity(another_.hwConfig->name());
-  }
+  bool isPublished() const { return device_.system().chipInfo().size() == 1; }
+  void insertAnother() { device_.insert(another_); }
+  void removeAnother() { device_.remove(another_); }
 
  private:
-  struct Board {
-    Ptr<SliceHwConfig> hwConfig;
-    Ptr<Kesh::Dir> statusDir;
-  };
-
-  static Ptr<Kesh::Dir> dir() { return makeNode<Kesh::Dir>("dir"); }
-
   // Device ids run in a circle; that of the chip in question is nobody else's.
-  static Board makeBoard(int slice, int chips, int ports) {
-    String const name(sliceName(slice));
-    Board board{makeNode<SliceHwConfig>(name), makeNode<Kesh::Dir>(name)};
-    for (int chip = 0; chip < chips; ++chip) {
-      auto const hwConfig = makeNode<ChipHwConfig>(String(chipName(slice, chip)));
-      auto const status = makeNode<ChipStatus>(hwConfig->name());
-      hwConfig->deviceIdIs(static_cast<std::uint16_t>(slice == 0 && chip == 0 ? 63 : chip % 63));
-      for (int port = 0; port < ports; ++port) {
-        auto const hwPort = makeNode<PortHwConfig>(String(intfName(slice, chip, port)));
-        hwConfig->portConfigIs(static_cast<PortId>(port), hwPort);
-        status->intfToPortIdIs(hwPort->intfId(), static_cast<PortId>(port));
-      }
-      board.hwConfig->chipConfigIs(hwConfig);
-      board.statusDir->entityIs(status);
-    }
-    return board;
+  static int otherDeviceId(int chip) { return chip % 63; }
+  static int deviceId(int chip) { return chip == 0 ? 63 : otherDeviceId(chip); }
+
+  Ptr<ResetEntry> makeRequest(String const& chip) {
+    return device_.request(ResetKey(ResetType::chip, chip, String(sliceName(0))));
   }
 
-  void insert(Board const& board) {
-    board.hwConfig->genTimeIs(Kesh::System::currentTime());
-    hwConfig_->entityIs(board.hwConfig);
-    status_->entityIs(board.statusDir);
-  }
-
-  static Ptr<Kesh::Entity> chipEntity(Ptr<Kesh::Dir> const& slices) {
-    auto const slice = ptrCast<Kesh::Dir>(slices->entityPtr(String(sliceName(0))));
-    return slice->entityPtr(String(chipName(0, 0)));
-  }
-
-  Ptr<ResetEntry> request(String const& chip) {
-    auto const entry = makeNode<ResetEntry>(ResetKey(ResetType::chip, chip, String(sliceName(0))));
-    requester_->resetRequestIs(entry);
-    return entry;
-  }
-
-  Ptr<Kesh::Dir> const hwConfig_ = dir(), config_ = dir(), status_ = dir(), requests_ = dir();
-  Ptr<SystemStatus> const system_ = makeNode<SystemStatus>("system");
-  Ptr<ResetRequestDir> const requester_ = makeNode<ResetRequestDir>("operator");
-  Ptr<CentralSm> root_;
-  Ptr<ChipStatus> chip_;
-  Ptr<ChipConfig> chipConfig_;
-  Board another_;
-  Ptr<ResetEntry> request_;
+  LibraryDevice device_;
+  LibraryDevice::Board const board_, another_;
+  Ptr<ResetEntry> const request_;
+  Ptr<ChipConfig> config_;
 };
 
 enum class Event { publication, withdrawal, insertion };
