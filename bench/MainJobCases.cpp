@@ -98,7 +98,7 @@ struct RegisterJobs {
       Register(
           "job." + what + "/" + size.name() + "/" + who,
           static_cast<std::uint64_t>(size.slices * size.chips),
-          [=]() -> Body {
+          [size, event, make = make]() -> Body {
             Life life(size, make, event);
             return [life](Meter& meter, std::uint64_t chips) mutable { life.run(meter, chips); };
           },
