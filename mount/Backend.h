@@ -109,7 +109,8 @@ class Backend {
   virtual Listing list(TreePath const& directory) = 0;
   virtual Reading read(TreePath const& value) = 0;
   // Reports changes at `directory` and everything below it from now on; the directory need not
-  // exist yet. What this back-end put and removed itself is mostly not reported.
+  // exist yet. What this back-end put and removed itself is mostly not reported. What is reported at
+  // once is told to the observers in the order in which their watches began.
   // Calls come from the event loop, never from within this call or another operation. To miss
   // nothing: watch first, then list. The observer must outlive the watch.
   [[nodiscard]] virtual std::unique_ptr<Watch> watch(TreePath const& directory,

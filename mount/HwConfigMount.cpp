@@ -72,16 +72,20 @@ void HwConfigMount::insert(std::string const& name, Codec::SliceHwData const& da
 }
 
 // The machine acts on the generation, and then relies on a configuration and a status of each chip.
-// A slice without status has no machine: the board left, its agent before its file, and this one
-// came before the loss of the file was seen. It is announced complete, as an inserted one.
+// A slice without status has no machine: its agent has not reported yet, or the board left, its agent
+// before its file, and this one came before the loss of the file was seen. It is announced complete,
+// as an inserted one, the very board that was there before too.
 void HwConfigMount::update(std::string const& name, Slice& slice, Codec::SliceHwData const& data) {
   bool const otherChips = applyChips(slice, data);
+  if (!status_.hasSlice(name)) {
+    slice.config->genTimeIs(data.genTime);
+    hwConfigDir_->entityIs(slice.config);
+    return;
+  }
   if (!otherChips && slice.config->genTime() == data.genTime) return;
-  bool const hasMachine = status_.hasSlice(name);
-  if (hasMachine && otherChips) hwConfigDir_->entityIs(slice.config);
+  if (otherChips) hwConfigDir_->entityIs(slice.config);
   status_.chipsAre(name, *slice.config);
   slice.config->genTimeIs(data.genTime);
-  if (!hasMachine) hwConfigDir_->entityIs(slice.config);
 }
 
 // Returns whether the list of chips, or a device id, is another.

@@ -44,7 +44,8 @@ StateMount::StateMount(EventLoop& loop, Backend& backend, ProblemList& problems,
   Central::registerStateTypes();
 }
 
-// What is checked against something else comes after it.
+// What is checked against something else comes after it, now and with every change, since observers
+// hear of it in this order: so a hardware configuration is taken up by what stands in status/ then.
 void StateMount::read() {
   config_.read();
   hwStatus_.read();
@@ -53,8 +54,8 @@ void StateMount::read() {
   sliceLauncher_.read();
   chipLauncher_.read();
   featureLauncher_.read();
-  hwConfig_.start();
   status_.start();
+  hwConfig_.start();
   resetRequest_.start();
   features_.start();
 }

@@ -295,6 +295,27 @@ TEST_F(Fault, ATreeThatIsMovedAwayAndPutBackIsTakenUpWithWhatChanged) {
   expectAlive();
 }
 
+TEST_F(Fault, ASliceThatStandsInATreeThatWasRemovedAndMadeAgainUnseenComesUpAnew) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  double const before = configured("S1", 1);
+  agent->signal(SIGSTOP);
+  fs::remove_all(root);
+  fs::create_directories(root);
+  insertSlice("S1", 6.0, {1});
+  agent->signal(SIGCONT);
+  ASSERT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  EXPECT_TRUE(awaitsWithdrawn(1));
+  reportSlice("S1", {1});
+  EXPECT_TRUE(awaits([&] {
+    return stands({"config", "S1", "C1"}) && configured("S1", 1) > before &&
+           json({"config", "S1", "C1"}).at("enabled").get<bool>();
+  }));
+  report("S1", 1, configured("S1", 1));
+  EXPECT_TRUE(awaitsPublished(1));
+  EXPECT_TRUE(awaitsNoProblem());
+}
+
 TEST_F(Fault, ATreeThatIsRemovedIsMadeAgainAroundWhatIsLeft) {
   startAgent();
   bringUp("S1", 5.0, {1});

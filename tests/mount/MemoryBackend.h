@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <memory>
@@ -131,9 +132,9 @@ class MemoryBackend final : public Oru::Mount::Backend {
   struct MemoryWatch final : Watch {
     MemoryWatch(MemoryBackend& backend, TreePath watched, Observer& told)
         : owner(backend), directory(std::move(watched)), observer(told) {
-      owner.watches_.insert(this);
+      owner.watches_.push_back(this);
     }
-    ~MemoryWatch() override { owner.watches_.erase(this); }
+    ~MemoryWatch() override { std::erase(owner.watches_, this); }
 
     MemoryBackend& owner;
     TreePath const directory;
@@ -163,11 +164,12 @@ class MemoryBackend final : public Oru::Mount::Backend {
     delivery_ = loop_.endOfTurn([this] {
       delivery_.reset();
       auto const changes = std::exchange(changes_, {});
-      for (auto* watch : std::set<MemoryWatch*>(watches_)) {
+      for (auto* watch : std::vector<MemoryWatch*>(watches_)) {
         std::vector<Change> mine;
         for (auto const& each : changes)
           if (each.path.isWithin(watch->directory)) mine.push_back(each);
-        if (!mine.empty() && watches_.contains(watch)) watch->observer.changed(mine);
+        bool const stillWatches = std::ranges::find(watches_, watch) != watches_.end();
+        if (!mine.empty() && stillWatches) watch->observer.changed(mine);
       }
     });
   }
@@ -177,7 +179,7 @@ class MemoryBackend final : public Oru::Mount::Backend {
   std::set<TreePath> directories_;
   std::map<TreePath, std::string> refused_;
   std::map<TreePath, std::vector<Stray>> strays_;
-  std::set<MemoryWatch*> watches_;
+  std::vector<MemoryWatch*> watches_;  // in the order in which they began
   std::vector<Change> changes_;
   Oru::Mount::EventSource delivery_;
   std::vector<std::string> writes_;

@@ -236,6 +236,26 @@ TEST_F(StateMountTest, ABoardThatTakesThePlaceOfOneWhoseAgentHasLeftIsAnnounced)
   EXPECT_EQ(Texts{"6.000000"}, announced);
 }
 
+TEST_F(StateMountTest, ABoardThatIsPutBackTogetherWithTheLossOfItsStatusIsAnnouncedAfterThat) {
+  start();
+  others({"hw", "config", "S1"}, oneChip);
+  for (auto const* text : {R"({"genTime":6,"chips":{"C1":{"deviceId":1,"ports":{}}}})", oneChip}) {
+    backend.othersMakeDirectory({"status", "S1"});
+    settle(loop);
+    Texts order;
+    auto const left = watchNode(*mount->statusDir(), [&](auto, auto) { order.push_back("left"); });
+    auto const announced =
+        watchNode(*mount->hwConfigDir(), [&](auto, auto) { order.push_back("announced"); });
+    backend.othersPut({"hw", "config", "S1"}, text);
+    backend.othersRemoveDirectory({"status", "S1"});
+    settle(loop);
+    EXPECT_EQ((Texts{"left", "announced"}), order) << text;
+    // The very same once more.
+    others({"hw", "config", "S1"}, text);
+    EXPECT_EQ((Texts{"left", "announced", "announced"}), order) << text;
+  }
+}
+
 TEST_F(StateMountTest, ChipsThatComeAndGoAreAnnouncedBeforeTheGeneration) {
   start();
   others({"hw", "config", "S1"}, oneChip);
