@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 
+#include "mount/Json.h"
 #include "runtime/vunda/Ptr.h"
 #include "state/ResetEntry.h"
 #include "tools/Chassis.h"
@@ -79,6 +80,28 @@ TreePath pathOf(MadeRequest const& request) {
   return {"reset", "request", request.id.first, request.id.second};
 }
 
+// The latest time in the tree that the request has to be newer than, in order to be carried out.
+double latestBefore(MadeRequest const& request, TreeData const& data) {
+  double latest = 0;
+  auto const see = [&](double time) { latest = std::max(latest, time); };
+  if (auto const last = data.requests.find(request.id); last != data.requests.end())
+    see(last->second.genTime.seconds());
+  if (request.data.key.resetType() == ResetType::featureAgents) {
+    for (auto const& [agent, restart] : data.entries)
+      if (agent.kind == Launcher::AgentKind::feature) see(restart);
+    for (auto const& [id, answer] : data.answers)
+      if (answer.key.resetType() == ResetType::featureAgents) see(answer.genTime.seconds());
+  } else {
+    for (auto const& [slice, chips] : data.config)
+      for (auto const& [chip, config] : chips) see(config.genTime.seconds());
+  }
+  return latest;
+}
+
+double justAfter(double time) {
+  return std::nextafter(time, std::numeric_limits<double>::infinity());
+}
+
 void write(Mount::FileTree const& tree, MadeRequest const& request) {
   requireWritten(tree.put(pathOf(request), textOf(request.data)), tree, pathOf(request));
 }
@@ -112,11 +135,9 @@ std::vector<MadeRequest> requestsOf(ResetOptions const& options, TreeData const&
   for (auto const& key : keysOf(options, data)) {
     MadeRequest request;
     request.id = {options.requester, Mount::Codec::nameOf(key)};
-    double genTime = time;
-    if (auto const last = data.requests.find(request.id); last != data.requests.end())
-      genTime = std::max(genTime, std::nextafter(last->second.genTime.seconds(),
-                                                 std::numeric_limits<double>::infinity()));
-    request.data = {key, string(options.cause), reason, Vunda::Duration(genTime)};
+    request.data = {key, string(options.cause), reason, {}};
+    double const genTime = std::max(time, justAfter(latestBefore(request, data)));
+    request.data.genTime = Vunda::Duration(std::min(genTime, Mount::latestTime));
     requests.push_back(std::move(request));
   }
   return requests;

@@ -30,8 +30,11 @@ struct MadeRequest {
 Central::ResetReason reasonOf(std::string const& text);
 std::vector<std::string> reasonWords();
 
-// The requests that the options ask for, of the time `time` or just above what the same file asked
-// for before, so that it is another one. Raises Failure for names that the tree does not know.
+// The requests that the options ask for, of the time `time`; or just above it when the tree knows
+// later times, because the clock was set back or somebody has dated a request ahead: above every
+// chip's generation, above what the feature agents were restarted for, and above what the same file
+// asked for before. Only at the end of the year 9999 that ends, and a request can be outdated.
+// Raises Failure for names that the tree does not know.
 std::vector<MadeRequest> requestsOf(ResetOptions const& options, TreeData const& data, double time);
 
 // Writes the requests, and waits for their answers if it is told to. Raises Failure.

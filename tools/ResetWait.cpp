@@ -19,6 +19,7 @@ void ResetWait::watch() {
 }
 
 int ResetWait::run(double timeout) {
+  began_ = now();
   for (auto const& request : requests_) unanswered_.push_back(&request);
   bool late = false;
   auto const timer =
@@ -86,7 +87,7 @@ void ResetWait::takeReturns(TreeData const& data) {
     auto const back = returnOf(waiting.outcome, waiting.requested, data);
     if (back == Return::running)
       say(waiting, Tone::good,
-          "reset, runs again after " + durationText(now() - waiting.requested));
+          "reset, runs again after " + durationText(now() - began_));
     if (back == Return::gone) say(waiting, Tone::busy, "reset, and taken away since");
     return back != Return::pending;
   });

@@ -50,6 +50,7 @@ class ResetWait {
   std::vector<MadeRequest const*> unanswered_;
   std::vector<Waiting> waiting_;  // reset, and not yet running again
   bool allReset_ = true;
+  double began_ = 0;  // by the clock; requests may be dated ahead of it
 };
 
 }  // namespace Oru::Tools

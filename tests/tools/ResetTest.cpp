@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "mount/Json.h"
 #include "tests/tools/ToolFixture.h"
 #include "tools/Failure.h"
 
@@ -52,6 +53,39 @@ TEST_F(ResetTest, ARequestIsAlwaysNewerThanTheOneThatItReplaces) {
   putReset("request", "oructl", "slice", future, "Slice1");
   EXPECT_EQ(0, run({"reset", "slice", "Slice1"}));
   EXPECT_EQ(std::nextafter(future, 1e300), only(file));
+}
+
+// The clock was set back, or somebody has dated a request ahead.
+TEST_F(ResetTest, ARequestIsNewerThanEveryChipThatTheTreeKnows) {
+  putUp("Slice1", "Chip1", 0, 9e9);
+  putConfig("Slice2", "Former", 1, 9.5e9, false);
+  double const expected = std::nextafter(9.5e9, 1e300);
+  EXPECT_EQ(0, run({"reset", "chip", "Chip1"}));
+  EXPECT_EQ(expected, only({"reset", "request", "oructl", "chip,Slice1,Chip1"}));
+  EXPECT_EQ(0, run({"reset", "slice", "Slice1"}));
+  EXPECT_EQ(expected, only({"reset", "request", "oructl", "slice,Slice1"}));
+  EXPECT_EQ(0, run({"reset", "all"}));
+  EXPECT_EQ(expected, only({"reset", "request", "oructl", "allSlices"}));
+  EXPECT_EQ(0, run({"reset", "features"}));
+  EXPECT_LT(only({"reset", "request", "oructl", "featureAgents"}), 9e9);
+}
+
+TEST_F(ResetTest, ARequestForFeatureAgentsIsNewerThanAllThatTheyWereRestartedFor) {
+  TreePath const file{"reset", "request", "oructl", "featureAgents"};
+  put({"launcher", "feature", "Telemetry"}, {{"restart", 9e9}});
+  EXPECT_EQ(0, run({"reset", "features"}));
+  EXPECT_EQ(std::nextafter(9e9, 1e300), only(file));
+  putReset("status", "monitor", "featureAgents", 9.5e9);
+  putReset("status", "monitor", "allSlices", 9.7e9);
+  EXPECT_EQ(0, run({"reset", "features"}));
+  EXPECT_EQ(std::nextafter(9.5e9, 1e300), only(file));
+}
+
+TEST_F(ResetTest, NoRequestIsLaterThanWhatIsUnderstood) {
+  putUp("Slice1", "Chip1", 0, std::nextafter(Oru::Mount::latestTime, 1e300));
+  EXPECT_EQ(0, run({"reset", "chip", "Chip1"}));
+  EXPECT_EQ(Oru::Mount::latestTime, only({"reset", "request", "oructl", "chip,Slice1,Chip1"}));
+  EXPECT_EQ(0, run({"show", "problems"})) << out;
 }
 
 TEST_F(ResetTest, SeveralChipsAreSeveralRequests) {
