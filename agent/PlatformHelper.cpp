@@ -1,6 +1,7 @@
 #include "agent/PlatformHelper.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "agent/Counted.h"
@@ -19,6 +20,8 @@ std::string chipText(ChipInfo const& info) {
   return "chip " + Mount::treeName(info.name()) + " of slice " + Mount::treeName(info.sliceName()) +
          " (device " + std::to_string(info.deviceId().value()) + ')';
 }
+
+std::string asInFiles(Duration time) { return nlohmann::json(time.seconds()).dump(); }
 
 }  // namespace
 
@@ -61,7 +64,12 @@ void PlatformHelper::chipRemoved(DeviceId deviceId) {
 }
 
 void PlatformHelper::featureAgentResetRequested(Duration genTime) {
-  if (!mount_ || genTime <= lastFeatureReset_) return;
+  if (!mount_) return;
+  if (genTime <= lastFeatureReset_) {
+    log_.info("no feature agent restarted: the request of " + asInFiles(genTime) +
+              " is not newer than that of " + asInFiles(lastFeatureReset_));
+    return;
+  }
   lastFeatureReset_ = genTime;
   auto const count = mount_->featureLauncherDir()->entityPtrCount();
   log_.info("restarting " + counted(count, "feature agent") + " on request");

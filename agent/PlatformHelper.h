@@ -12,7 +12,8 @@ namespace Oru::Agent {
 
 // The platform's plug-in of oru-agent: makes chip configurations, feeds the feature collection from
 // the tree, restarts feature agents, and logs what happens. A request to reset the feature agents
-// that was carried out already, by an earlier run too, is not carried out again.
+// that is not newer than the last that was carried out, by an earlier run too, is not carried out:
+// it is that one, told again, or came late.
 class PlatformHelper : public Kesh::Typed<PlatformHelper, OruHelper::CentralHelper> {
  public:
   static constexpr char const* typeName = "Oru::Agent::PlatformHelper";

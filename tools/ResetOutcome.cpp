@@ -46,9 +46,20 @@ void addSlice(std::vector<ResetOutcome>& outcomes, double requested, std::string
     outcomes.push_back(chipOutcome(requested, slice, chip, before, after));
 }
 
-void addFeatures(std::vector<ResetOutcome>& outcomes, TreeData const& after) {
-  for (auto const& [id, restart] : after.entries)
-    if (id.kind == AgentKind::feature) outcomes.push_back({Kind::reset, {}, {}, id.name, 0});
+// The restarts stand in the entries before the answer does. One that was made after it, for a
+// feature that is new, has none and is not spoken of.
+void addFeatures(std::vector<ResetOutcome>& outcomes, double requested, TreeData const& before,
+                 TreeData const& after) {
+  for (auto const& [id, restart] : after.entries) {
+    if (id.kind != AgentKind::feature) continue;
+    auto const known = before.entries.find(id);
+    bool const wasThere = known != before.entries.end();
+    bool const isOutdated = restart < requested || (wasThere && known->second >= requested);
+    if (!isOutdated)
+      outcomes.push_back({Kind::reset, {}, {}, id.name, 0});
+    else if (wasThere)
+      outcomes.push_back({Kind::outdated, {}, {}, id.name, restart});
+  }
 }
 
 }  // namespace
@@ -88,7 +99,7 @@ std::vector<ResetOutcome> outcomesOf(Mount::Codec::ResetData const& request, Tre
         addSlice(outcomes, requested, name, before, after);
       break;
     case featureAgents:
-      addFeatures(outcomes, after);
+      addFeatures(outcomes, requested, before, after);
       break;
   }
   return outcomes;

@@ -11,7 +11,7 @@ namespace Oru::Tools {
 struct ResetOutcome {
   enum class Kind {
     reset,        // it has been started anew for this request
-    outdated,     // it had been configured at or after the request's time
+    outdated,     // it had been configured, or was restarted, for a time not before the request's
     notInserted,  // the slice is not inserted, or its agent has not reported
     notFound,     // the slice has no such chip
   };
@@ -21,7 +21,10 @@ struct ResetOutcome {
   // feature agent.
   std::string slice, chip;
   std::string feature;
-  double configured = 0;  // outdated: the generation that is not older than the request
+  // Outdated: the chip's generation that is not older than the request; what the feature agent was
+  // last restarted for, which is older when the request came too late for a reason that is not in
+  // the tree any more.
+  double configured = 0;
 };
 
 // "reset", "outdated", "not inserted", "not found".

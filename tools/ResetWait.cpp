@@ -9,6 +9,20 @@
 
 namespace Oru::Tools {
 
+namespace {
+
+// What became of what was not reset, and why.
+std::string reasonOf(ResetOutcome const& outcome, double requested) {
+  std::string const word = wordOf(outcome.kind);
+  if (outcome.kind != ResetOutcome::Kind::outdated) return word;
+  std::string const request = ", requested " + timeText(requested);
+  return outcome.feature.empty()
+             ? word + ": configured " + timeText(outcome.configured) + request
+             : word + ": last restarted for " + timeText(outcome.configured) + request;
+}
+
+}  // namespace
+
 void ResetWait::watch() {
   follower_ = std::make_unique<TreeFollower>(
       loop_, context_.tree, [this](auto const&) { look(); },
@@ -75,10 +89,7 @@ void ResetWait::judge(MadeRequest const& request, TreeData const& data) {
       continue;
     }
     allReset_ = false;
-    std::string text = wordOf(outcome.kind);
-    if (outcome.kind == ResetOutcome::Kind::outdated)
-      text += ": configured " + timeText(outcome.configured) + ", requested " + timeText(requested);
-    say(waiting, Tone::bad, text);
+    say(waiting, Tone::bad, reasonOf(outcome, requested));
   }
 }
 
@@ -86,8 +97,7 @@ void ResetWait::takeReturns(TreeData const& data) {
   std::erase_if(waiting_, [&](Waiting const& waiting) {
     auto const back = returnOf(waiting.outcome, waiting.requested, data);
     if (back == Return::running)
-      say(waiting, Tone::good,
-          "reset, runs again after " + durationText(now() - began_));
+      say(waiting, Tone::good, "reset, runs again after " + durationText(now() - began_));
     if (back == Return::gone) say(waiting, Tone::busy, "reset, and taken away since");
     return back != Return::pending;
   });

@@ -226,4 +226,18 @@ TEST_F(Supervision, FeaturesBecomeLauncherEntriesAndAreRestartedOnRequest) {
   EXPECT_TRUE(awaitsNoFile({"launcher", "feature", "F1"}));
 }
 
+TEST_F(Supervision, ALateRequestForTheFeatureAgentsIsAnsweredAndLoggedAndRestartsNone) {
+  put({"features", "F1"}, {{"enabled", true}});
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  EXPECT_TRUE(awaitsFile({"launcher", "feature", "F1"}));
+  requestReset("featureAgents", 7.5);
+  EXPECT_TRUE(awaitsAnswer(7.5, "featureAgents"));
+  requestReset("featureAgents", 7.25);
+  EXPECT_TRUE(awaitsAnswer(7.25, "featureAgents"));
+  EXPECT_TRUE(agent->awaitsError(
+      "no feature agent restarted: the request of 7.25 is not newer than that of 7.5\n"));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F1"}).at("restart"));
+}
+
 }  // namespace

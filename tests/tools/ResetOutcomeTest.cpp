@@ -93,9 +93,10 @@ TEST_F(ResetOutcomeTest, AChipIsBackWhenItIsPublishedWithItsGeneration) {
 }
 
 TEST_F(ResetOutcomeTest, FeatureAgentsAreThoseThatAreWanted) {
-  put({"launcher", "feature", "Telemetry"}, {{"restart", requested}});
+  put({"launcher", "feature", "Telemetry"}, Json::object());
   put({"launcher", "chip", "Chip1"}, Json::object());
   auto const before = data();
+  put({"launcher", "feature", "Telemetry"}, {{"restart", requested}});
   EXPECT_EQ((std::vector<std::string>{"feature agent Telemetry reset"}),
             outcomes("features", {}, before));
   ResetOutcome const outcome{Kind::reset, {}, {}, "Telemetry", 0};
@@ -107,6 +108,26 @@ TEST_F(ResetOutcomeTest, FeatureAgentsAreThoseThatAreWanted) {
   EXPECT_EQ(Return::running, returnOf(outcome, requested, data()));
   ASSERT_FALSE(tree.remove({"launcher", "feature", "Telemetry"}));
   EXPECT_EQ(Return::gone, returnOf(outcome, requested, data()));
+}
+
+TEST_F(ResetOutcomeTest, AFeatureAgentThatWasNotRestartedForTheRequestIsOutdated) {
+  put({"launcher", "feature", "Newer"}, {{"restart", 1001.0}});
+  put({"launcher", "feature", "Never"}, Json::object());
+  put({"launcher", "feature", "Older"}, {{"restart", 900.0}});
+  put({"launcher", "feature", "Same"}, {{"restart", requested}});
+  auto const before = data();
+  put({"launcher", "feature", "Added"}, Json::object());
+  EXPECT_EQ(
+      (std::vector<std::string>{"feature agent Never outdated", "feature agent Newer outdated",
+                                "feature agent Older outdated", "feature agent Same outdated"}),
+      outcomes("features", {}, before));
+  // Added before the answer.
+  for (auto const* feature : {"Added", "Never", "Older"})
+    put({"launcher", "feature", feature}, {{"restart", requested}});
+  EXPECT_EQ((std::vector<std::string>{"feature agent Added reset", "feature agent Never reset",
+                                      "feature agent Newer outdated", "feature agent Older reset",
+                                      "feature agent Same outdated"}),
+            outcomes("features", {}, before));
 }
 
 TEST_F(ResetOutcomeTest, AnAnswerHasTheRequestsTime) {

@@ -107,6 +107,19 @@ TEST_F(ResetWaitTest, FeatureAgentsAreWaitedForByTheirRestart) {
             program->output().find("feature agent Telemetry: reset, runs again after "));
 }
 
+// oru-agent knows of a request that the tree does not hold any more.
+TEST_F(ResetWaitTest, FeatureAgentsThatAreNotRestartedAreOutdated) {
+  put({"launcher", "feature", "Telemetry"}, {{"restart", 1000.0}});
+  start({"features", "--wait"});
+  awaitRequest("featureAgents");
+  answer("featureAgents");
+  EXPECT_EQ(1, program->wait());
+  EXPECT_EQ(0u, program->output().find("requested: reset of the feature agents\n"
+                                       "feature agent Telemetry: outdated: last restarted for "
+                                       "1970-01-01 00:16:40.000, requested "))
+      << program->output();
+}
+
 TEST_F(ResetWaitTest, WithoutAnAnswerItGivesUpInTime) {
   putUp("Slice1", "Chip1", 0, 200.0);
   start({"slice", "Slice1", "--wait", "--timeout", "200ms"});
