@@ -12,7 +12,6 @@ namespace Oru::Agent {
 HostingAgent::HostingAgent(Options const& options, Mount::Log const& log)
     : options_(options),
       log_(log),
-      lockRetry_(loop_, [this] { holdLock(); }),
       backend_(loop_, options.tree),
       queue_(loop_, backend_, problems_, &Mount::StateMount::writeRank),
       problemFile_(problems_, backend_, queue_, "oru-agent",
@@ -41,7 +40,10 @@ int HostingAgent::run() {
 std::optional<int> HostingAgent::prepareTree() {
   std::error_code error = backend_.tree().makeRoot();
   if (!error) try {
-      lock_.emplace(options_.tree, "oru-agent");
+      lock_.emplace(loop_, problems_, options_.tree, "oru-agent", [this](auto const& other) {
+        tellOtherAgent(other);
+        loop_.exit(exitLocked);
+      });
       return std::nullopt;
     } catch (Mount::LockedError const& other) {
       tellOtherAgent(other);
@@ -55,22 +57,6 @@ std::optional<int> HostingAgent::prepareTree() {
 
 void HostingAgent::tellOtherAgent(Mount::LockedError const& error) const {
   log_.error("another oru-agent works on " + options_.tree + ": " + error.what());
-}
-
-void HostingAgent::holdLock() {
-  using Activity = Mount::ProblemList::Activity;
-  std::string const file = ".oru-agent.lock";
-  try {
-    lock_->renew();
-    problems_.clear(Activity::write, file);
-    lockRetry_.settled();
-  } catch (Mount::LockedError const& error) {
-    tellOtherAgent(error);
-    loop_.exit(exitLocked);
-  } catch (std::system_error const& error) {
-    problems_.report(Activity::write, file, {}, error.code().message());
-    lockRetry_.later();
-  }
 }
 
 void HostingAgent::start() {

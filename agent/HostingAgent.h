@@ -10,12 +10,11 @@
 #include "central/CentralSm.h"
 #include "mount/EventLoop.h"
 #include "mount/FileBackend.h"
+#include "mount/LockKeeper.h"
 #include "mount/Log.h"
 #include "mount/ProblemFile.h"
 #include "mount/ProblemList.h"
-#include "mount/Retry.h"
 #include "mount/StateMount.h"
-#include "mount/TreeLock.h"
 #include "mount/WriteQueue.h"
 
 namespace Oru::Agent {
@@ -43,12 +42,11 @@ class HostingAgent final : Mount::Backend::Observer {
  private:
   // The word of the root comes with the watch of any directory.
   void changed(std::vector<Mount::Backend::Change> const&) override {}
-  void rootBack() override { holdLock(); }
+  void rootBack() override { lock_->hold(); }
   void wordLost() override { problems_.wordLost(); }
 
   std::optional<int> prepareTree();
   void tellOtherAgent(Mount::LockedError const& error) const;
-  void holdLock();
   void start();
   void stop();
   void statusChanged();
@@ -58,11 +56,10 @@ class HostingAgent final : Mount::Backend::Observer {
   Options const options_;
   Mount::Log const& log_;
   Mount::EventLoop loop_;
-  std::optional<Mount::TreeLock> lock_;
-  Mount::Retry lockRetry_;
   Mount::FileBackend backend_;
   std::unique_ptr<Mount::Backend::Watch> rootWatch_;
   Mount::ProblemList problems_;
+  std::optional<Mount::LockKeeper> lock_;
   Mount::WriteQueue queue_;
   Mount::ProblemFile problemFile_;
   std::optional<Mount::StateMount> mount_;

@@ -1,7 +1,6 @@
 #include "launcher/Launcher.h"
 
 #include <csignal>
-#include <system_error>
 #include <utility>
 
 #include "launcher/AgentMark.h"
@@ -13,7 +12,8 @@ Launcher::Launcher(Mount::EventLoop& loop, Mount::Log const& log, Options option
     : loop_(loop),
       log_(log),
       options_(std::move(options)),
-      lock_(options_.tree, "oru-launcher"),
+      lock_(loop_, problems_, options_.tree, "oru-launcher",
+            [this](auto const& error) { otherLauncher(error); }),
       backend_(loop_, options_.tree),
       queue_(loop_, backend_, problems_),
       problemFile_(problems_, backend_, queue_, "oru-launcher",
@@ -23,7 +23,7 @@ Launcher::Launcher(Mount::EventLoop& loop, Mount::Log const& log, Options option
       commands_(std::move(config), options_.tree, options_.logDirectory),
       table_(processes_, clock_, commands_,
              [this](AgentId const& id, std::string const& event) { handleChange(id, event); }),
-      statusFiles_(backend_, queue_, table_, [this] { holdLock(); }) {}
+      statusFiles_(backend_, queue_, table_, [this] { lock_.hold(); }) {}
 
 void Launcher::start() {
   watchSignals();
@@ -65,16 +65,9 @@ void Launcher::handleChange(AgentId const& id, std::string const& event) {
   });
 }
 
-// Somebody may have put another folder in the tree's place.
-void Launcher::holdLock() {
-  try {
-    lock_.renew();
-  } catch (Mount::LockedError const& error) {
-    log_.error(std::string("another launcher serves the tree: ") + error.what());
-    loop_.exit(locked);
-  } catch (std::system_error const& error) {
-    log_.warning(std::string("goes on without its lock: ") + error.what());
-  }
+void Launcher::otherLauncher(Mount::LockedError const& error) {
+  log_.error(std::string("another launcher serves the tree: ") + error.what());
+  loop_.exit(locked);
 }
 
 void Launcher::end() {

@@ -13,10 +13,10 @@
 #include "launcher/SystemProcesses.h"
 #include "mount/EventLoop.h"
 #include "mount/FileBackend.h"
+#include "mount/LockKeeper.h"
 #include "mount/Log.h"
 #include "mount/ProblemFile.h"
 #include "mount/ProblemList.h"
-#include "mount/TreeLock.h"
 #include "mount/WriteQueue.h"
 
 namespace Oru::Launcher {
@@ -46,8 +46,8 @@ class Launcher {
  private:
   void takeUpAgents();
   void watchSignals();
+  void otherLauncher(Mount::LockedError const& error);
   void handleChange(AgentId const& id, std::string const& event);
-  void holdLock();
   void end();
   void endIfNothingRuns();
   void reload();
@@ -57,9 +57,9 @@ class Launcher {
   Mount::EventLoop& loop_;
   Mount::Log const& log_;
   Options const options_;
-  Mount::TreeLock lock_;
-  Mount::FileBackend backend_;
   Mount::ProblemList problems_;
+  Mount::LockKeeper lock_;
+  Mount::FileBackend backend_;
   Mount::WriteQueue queue_;
   Mount::ProblemFile problemFile_;
   LoopClock clock_;

@@ -40,7 +40,7 @@ void writeNumber(std::string const& path) {
 }  // namespace
 
 TreeLock::TreeLock(std::string const& root, std::string const& program)
-    : path_(root + "/." + program + ".lock") {
+    : path_(root + '/' + fileName(program)) {
   take();
 }
 

@@ -18,6 +18,9 @@ class LockedError : public std::runtime_error {
 // the process that holds or held it.
 class TreeLock {
  public:
+  // Of the lock, in the tree's root.
+  static std::string fileName(std::string const& program) { return '.' + program + ".lock"; }
+
   // Raises LockedError when another process has the lock, std::system_error when the file cannot be
   // made or locked.
   TreeLock(std::string const& root, std::string const& program);

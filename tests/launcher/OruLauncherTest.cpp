@@ -455,6 +455,18 @@ TEST_F(OruLauncherTest, AgentsGoOnWhileTheTreeIsAwayAndWhenItComesBackEmpty) {
   EXPECT_EQ(exitCodeOf({}), 4) << "the lock is not held in the new folder";
 }
 
+TEST_F(OruLauncherTest, ALockThatCannotBeTakenInAnotherFolderIsTakenWhenItCan) {
+  start();
+  std::string const other = folder.path() / "other";
+  std::filesystem::create_directories(other + "/.oru-launcher.lock");
+  std::filesystem::rename(tree, tree + ".away");
+  std::filesystem::rename(other, tree);
+  EXPECT_TRUE(until([this] { return filesWithProblems().contains(".oru-launcher.lock"); }));
+  std::filesystem::remove(tree + "/.oru-launcher.lock");
+  EXPECT_TRUE(until([this] { return problems().is_array() && problems().empty(); }));
+  EXPECT_EQ(exitCodeOf({}), 4) << "the lock is not held in the new folder";
+}
+
 TEST_F(OruLauncherTest, AStatusThatSomebodyRemovesIsWrittenAgain) {
   put({"launcher", "chip", "Chip1"});
   start();
