@@ -19,6 +19,8 @@ TEST_F(Restart, AnAgentThatWasKilledTakesUpWhatStandsAndChangesNothing) {
   startAgent();
   EXPECT_EQ(before, content());
   EXPECT_NE(std::string::npos, agent->errors().find("3 chips running on from before"));
+  EXPECT_NE(std::string::npos, agent->errors().find("slice S2 detected, 1 chip\n"));
+  EXPECT_EQ(std::string::npos, agent->errors().find(" runs, "));
   // It follows what goes on.
   requestReset("allSlices", configured("S1", 1) + 1.0);
   EXPECT_TRUE(awaitsWithdrawn(1));

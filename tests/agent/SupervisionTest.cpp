@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <sstream>
+
 #include "mount/Json.h"
 #include "tests/agent/AgentFixture.h"
 
@@ -29,7 +31,18 @@ class RenameCount {
   Oru::Mount::UniqueFd const inotify_{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
 };
 
-class Supervision : public OruTest::AgentFixture {};
+class Supervision : public OruTest::AgentFixture {
+ protected:
+  // What the agent has logged so far, without the times.
+  std::vector<std::string> logged() const {
+    std::vector<std::string> texts;
+    std::istringstream log(agent->errors());
+    std::string const program = " oru-agent: ";
+    for (std::string line; std::getline(log, line);)
+      texts.push_back(line.substr(line.find(program) + program.size()));
+    return texts;
+  }
+};
 
 TEST_F(Supervision, ASliceIsBroughtUpStepByStep) {
   startAgent();
@@ -95,6 +108,7 @@ TEST_F(Supervision, ABoardThatComesBackStartsAnew) {
   ASSERT_TRUE(awaitsNoFile({"launcher", "slice", "S1"}));
   insertSlice("S1", 6.0, {1});
   ASSERT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
+  ASSERT_TRUE(awaitsFile({"hw", "status", "S1"}));  // is written after that
   reportSlice("S1", {1});
   EXPECT_TRUE(awaits([&] { return genTime({"hw", "status", "S1"}) == 6.0; }));
   EXPECT_GT(configured("S1", 1), before);
@@ -125,6 +139,41 @@ TEST_F(Supervision, ABoardThatIsExchangedIsReset) {
   EXPECT_TRUE(awaits([&] { return configured("S1", 1) > before; }));
   report("S1", 1, configured("S1", 1));
   EXPECT_TRUE(awaitsPublished(1));
+}
+
+TEST_F(Supervision, WhatIsDetectedWhatRunsAndWhatIsWithdrawnIsLogged) {
+  using Lines = std::vector<std::string>;
+  startAgent();
+  bringUp("S1", 5.0, {1, 2});
+  Lines expected{"supervising " + root, "slice S1 detected, 2 chips",
+                 "chip C1 of slice S1 (device 1) runs, 1 interface",
+                 "chip C2 of slice S1 (device 2) runs, 1 interface"};
+  EXPECT_EQ(expected, logged());
+
+  double const request = configured("S1", 1) + 1.0;
+  requestReset("chip", request, "S1", "C1");
+  ASSERT_TRUE(awaitsAnswer(request, "chip,S1,C1"));
+  report("S1", 1, configured("S1", 1));
+  ASSERT_TRUE(awaitsPublished(1));
+  expected.push_back("chip C1 of slice S1 (device 1) withdrawn");
+  expected.push_back("chip C1 of slice S1 (device 1) runs, 1 interface");
+  EXPECT_EQ(expected, logged());
+
+  insertSlice("S1", 6.0, {1, 2});
+  ASSERT_TRUE(awaits([&] { return genTime({"hw", "status", "S1"}) == 6.0; }));
+  report("S1", 2, configured("S1", 2));
+  ASSERT_TRUE(awaitsPublished(2));
+  for (auto const* line : {"slice S1 detected, 2 chips", "chip C1 of slice S1 (device 1) withdrawn",
+                           "chip C2 of slice S1 (device 2) withdrawn",
+                           "chip C2 of slice S1 (device 2) runs, 1 interface"})
+    expected.push_back(line);
+  EXPECT_EQ(expected, logged());
+
+  pullSlice("S1");
+  withdrawSlice("S1");
+  ASSERT_TRUE(awaitsNoFile({"launcher", "slice", "S1"}));
+  expected.push_back("chip C2 of slice S1 (device 2) withdrawn");
+  EXPECT_EQ(expected, logged());
 }
 
 TEST_F(Supervision, AChipThatIsAddedToALiveSliceComesUp) {
