@@ -1,5 +1,5 @@
 # What `cmake --install` puts where. Components: runtime (the shared library), development (headers,
-# static libraries, CMake package, pkg-config file), programs.
+# static libraries, CMake package, pkg-config file), programs (with man pages and unit files).
 
 include(CMakePackageConfigHelpers)
 
