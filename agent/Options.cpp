@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "mount/ProgramOptions.h"
 #include "runtime/kesh/TraceHandle.h"
 
 namespace Oru::Agent {
@@ -34,13 +35,10 @@ std::optional<Options> optionsOf(int argc, char** argv, int& exitCode) {
   std::string levels;
   CLI::App app(description, "oru-agent");
   app.footer(footer);
+  app.failure_message(Mount::failureText);
   app.set_version_flag("--version", std::string("oru-agent ") + ORU_CENTRAL_VERSION,
                        "Print the version and exit");
-  app.add_option("--tree", options.tree, "Folder of the state tree; made when it is missing")
-      ->type_name("DIR")
-      ->check(CLI::Validator(
-          [](std::string& text) { return text.empty() ? "must not be empty" : ""; }, ""))
-      ->capture_default_str();
+  Mount::addTreeOption(app, options.tree, "Folder of the state tree, made if missing");
   app.add_flag("--check", options.check,
                "Print what is wrong with the tree's files and exit; writes nothing");
   app.add_option("--trace-levels", levels,

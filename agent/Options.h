@@ -8,7 +8,7 @@ namespace Oru::Agent {
 
 // What the command line says.
 struct Options {
-  std::string tree = "/run/oru-central";
+  std::string tree;
   bool check = false;
   std::uint32_t traceLevels = 0;  // mask
   std::string ringlog;            // empty: none

@@ -12,6 +12,7 @@
 #include "mount/EventLoop.h"
 #include "mount/FileTree.h"
 #include "mount/Log.h"
+#include "mount/ProgramOptions.h"
 #include "mount/TreeLock.h"
 
 namespace {
@@ -50,15 +51,10 @@ struct CommandLine {
   bool checkConfig = false;
 };
 
-CLI::Validator const notEmpty(
-    [](std::string& text) { return text.empty() ? "must not be empty" : ""; }, "");
-
 void declare(CLI::App& app, CommandLine& given) {
   app.footer(helpFooter);
-  app.add_option("--tree", given.options.tree, "Folder of the state tree; made if it is missing")
-      ->default_val("/run/oru-central")
-      ->check(notEmpty)
-      ->type_name("DIR");
+  app.failure_message(Oru::Mount::failureText);
+  Oru::Mount::addTreeOption(app, given.options.tree, "Folder of the state tree, made if missing");
   app.add_option("--config", given.options.configFile, "How agents are started")
       ->default_val("/etc/oru-central/launcher.json")
       ->type_name("FILE");

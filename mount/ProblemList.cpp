@@ -3,12 +3,33 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
+#include "mount/Json.h"
+
 namespace Oru::Mount {
 
 namespace {
 
 double now() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+ProblemList::Activity activityOf(JsonObject& object) {
+  using enum ProblemList::Activity;
+  std::string const& word = object.string("activity");
+  for (auto const activity : {read, write, watch})
+    if (word == textOf(activity)) return activity;
+  object.refuse("activity", "is none of read, write, watch");
+}
+
+ProblemList::Problem problemOf(JsonObject object) {
+  ProblemList::Problem problem;
+  problem.file = object.string("file");
+  problem.activity = activityOf(object);
+  problem.place = object.string("place");
+  problem.reason = object.string("reason");
+  problem.since = object.seconds("since");
+  object.finish();
+  return problem;
 }
 
 }  // namespace
@@ -73,6 +94,17 @@ std::string jsonOf(std::vector<ProblemList::Problem> const& problems) {
   file["problems"] = std::move(list);
   using Handler = nlohmann::ordered_json::error_handler_t;
   return file.dump(2, ' ', false, Handler::replace) + '\n';
+}
+
+std::vector<ProblemList::Problem> problemsOf(std::string const& text) {
+  auto const json = parsedJson(text);
+  JsonObject file(json);
+  std::vector<ProblemList::Problem> problems;
+  auto const& list = file.array("problems");
+  for (std::size_t i = 0; i < list.size(); ++i)
+    problems.push_back(problemOf(JsonObject(list[i], "problems." + std::to_string(i))));
+  file.finish();
+  return problems;
 }
 
 }  // namespace Oru::Mount

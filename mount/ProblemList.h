@@ -50,5 +50,7 @@ char const* textOf(ProblemList::Activity activity) noexcept;
 std::string textOf(ProblemList::Problem const& problem);
 // The text of a program's problem file (`problems/<program>.json`).
 std::string jsonOf(std::vector<ProblemList::Problem> const& problems);
+// The problems that such a text tells of. Raises JsonError.
+std::vector<ProblemList::Problem> problemsOf(std::string const& text);
 
 }  // namespace Oru::Mount

@@ -16,9 +16,8 @@ namespace Oru::Mount {
 
 // Keeps a consumer informed of the values in one directory of the tree, now and from now on: lists,
 // reads, and tells what is there and what is not there any more. A value that did not change may be
-// told again; the consumer compares. What must not stand there, or
-// what the consumer refuses, goes to the problem list until it is put right; what was accepted last
-// stays in force.
+// told again; the consumer compares. What must not stand there, or what the consumer refuses, goes to
+// the problem list until it is put right; what was accepted last stays in force.
 class TreeReader final : Backend::Observer {
  public:
   // values: the directory holds values. directories: it holds directories of values.

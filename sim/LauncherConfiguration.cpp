@@ -13,7 +13,6 @@ std::string launcherConfigurationOf(Device const& device, std::string const& sim
   for (auto const* kind : {"slice", "chip", "feature"}) {
     json const argv{withDoubledBraces(sim),
                     kind,
-                    "--tree={tree}",
                     "--control=" + withDoubledBraces(control),
                     "--init-time=" + json(device.agents.readyAfter()).dump(),
                     "--",

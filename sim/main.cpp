@@ -11,6 +11,7 @@
 #include <string>
 
 #include "mount/Json.h"
+#include "mount/ProgramOptions.h"
 #include "sim/Player.h"
 #include "sim/SampleAgents.h"
 
@@ -149,9 +150,13 @@ void addRun(CLI::App& app, RunArguments& given) {
       ->type_name("FILE");
   run->add_option(
          "--state", given.state,
-         "Folder for the state tree and the logs, kept at the end (default: a temporary one)")
+         "Empty folder for the state tree and the logs, kept at the end (default: a temporary one)")
+      ->check(Oru::Mount::notEmpty())
       ->type_name("DIR");
-  run->add_option("--tree", given.tree, "Folder for the state tree alone, if it is to be elsewhere")
+  run->add_option(
+         "--tree", given.tree,
+         "Empty folder for the state tree, if it is to be elsewhere than in that of --state")
+      ->check(Oru::Mount::notEmpty())
       ->type_name("DIR");
   run->add_option("--for", given.time,
                   "Go on for so long, after the scenario if there is one; such as 10s")
@@ -172,9 +177,7 @@ void addAgent(CLI::App& app, AgentOptions& options, char const* kind, char const
   agent->add_option("name", options.name.name, "Name of what it serves")
       ->required()
       ->type_name("NAME");
-  agent->add_option("--tree", options.tree, "Folder of the state tree")
-      ->type_name("DIR")
-      ->default_val("/run/oru-central");
+  Oru::Mount::addTreeOption(*agent, options.tree, "Folder of the state tree that it serves");
   agent
       ->add_option("--init-time", options.behaviour.initTime,
                    "Seconds that it takes to become ready")
@@ -205,6 +208,7 @@ int main(int argc, char** argv) {
   std::vector<std::string> files;
   CLI::App app(about, "oru-sim");
   app.footer(examples);
+  app.failure_message(Oru::Mount::failureText);
   app.require_subcommand(1);
   app.set_version_flag("--version", "oru-sim " ORU_CENTRAL_VERSION, "Print the version and exit");
   addRun(app, given);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "mount/ProgramOptions.h"
 #include "tools/Commands.h"
 #include "tools/Completion.h"
 #include "tools/Failure.h"
@@ -82,10 +83,8 @@ void declare(CLI::App& app, std::string& tree, Action& action) {
   app.require_subcommand(1);
   app.fallthrough();
   app.set_version_flag("--version", "oructl " ORU_CENTRAL_VERSION, "Print the version and exit");
-  app.add_option("--tree", tree, "Folder of the state tree")
-      ->envname("ORU_TREE")
-      ->type_name("DIR")
-      ->capture_default_str();
+  app.failure_message(Mount::failureText);
+  Mount::addTreeOption(app, tree, "Folder of the state tree");
   addShow(app, action);
   addReset(app, action);
   addFeature(app, action);
@@ -111,7 +110,7 @@ int perform(Action const& action, Context const& context) {
 }  // namespace
 
 int runCommandLine(Names const& arguments, Outputs const& outputs) {
-  std::string tree = "/run/oru-central";
+  std::string tree;
   Action action;
   CLI::App app(about, "oructl");
   declare(app, tree, action);

@@ -1,7 +1,6 @@
 #include "tools/Completion.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <ostream>
 
 #include "tools/Failure.h"
@@ -120,8 +119,6 @@ Names candidates(Position const& position, std::string const& word, std::string 
 }  // namespace
 
 int complete(CLI::App const& app, Names const& words, std::string tree, std::ostream& out) {
-  if (char const* const given = std::getenv("ORU_TREE"); given != nullptr && *given != '\0')
-    tree = given;
   std::string const word = words.empty() ? std::string() : words.back();
   Names const before(words.begin(), words.empty() ? words.end() : words.end() - 1);
   auto const position = positionAfter(app, before, tree);

@@ -4,7 +4,7 @@
 
 #include "launcher/AgentStatusJson.h"
 #include "launcher/LauncherEntry.h"
-#include "mount/Json.h"
+#include "mount/JsonError.h"
 
 namespace Oru::Tools {
 
@@ -12,7 +12,6 @@ namespace {
 
 using Launcher::AgentId;
 using Mount::Backend;
-using Mount::JsonObject;
 using Mount::TreePath;
 namespace Codec = Mount::Codec;
 
@@ -24,25 +23,6 @@ auto const* find(Map const& map, Key const& key) {
 
 TreeData::ResetId resetId(TreePath const& path) { return {path[2], path[3]}; }
 
-Mount::ProblemList::Activity activityOf(JsonObject& object) {
-  using enum Mount::ProblemList::Activity;
-  std::string const& word = object.string("activity");
-  for (auto const activity : {read, write, watch})
-    if (word == textOf(activity)) return activity;
-  object.refuse("activity", "is none of read, write, watch");
-}
-
-Problem problemOf(JsonObject object) {
-  Problem problem;
-  problem.file = object.string("file");
-  problem.activity = activityOf(object);
-  problem.place = object.string("place");
-  problem.reason = object.string("reason");
-  problem.since = object.seconds("since");
-  object.finish();
-  return problem;
-}
-
 }  // namespace
 
 std::string textOf(Vunda::String const& text) { return std::string(text.view()); }
@@ -51,17 +31,6 @@ AgentId agentIdOf(TreePath const& path) {
   auto const kind = Launcher::agentKind(path[1]);
   if (!kind) throw Mount::JsonError({}, "is in none of the directories slice, chip, feature");
   return {*kind, path[2]};
-}
-
-std::vector<Problem> problemsOf(std::string const& text) {
-  auto const json = Mount::parsedJson(text);
-  JsonObject file(json);
-  std::vector<Problem> problems;
-  auto const& list = file.array("problems");
-  for (std::size_t i = 0; i < list.size(); ++i)
-    problems.push_back(problemOf(JsonObject(list[i], "problems." + std::to_string(i))));
-  file.finish();
-  return problems;
 }
 
 TreeData::TreeData(TreeScan const& scan) : unreadable(scan.strays) {
@@ -119,7 +88,7 @@ void TreeData::take(Area area, TreePath const& path, std::string const& text) {
       agents.emplace(agentIdOf(path), Launcher::agentStatusOf(text));
       break;
     case Area::problems:
-      problems.emplace(path.leaf(), problemsOf(text));
+      problems.emplace(path.leaf(), Mount::problemsOf(text));
       break;
   }
 }

@@ -49,8 +49,6 @@ struct TreeData {
   void take(Area area, Mount::TreePath const& path, std::string const& text);
 };
 
-// The problems that a program has written down. Raises Mount::JsonError.
-std::vector<Problem> problemsOf(std::string const& text);
 // The agent that a place in launcher/ or launcher-status/ is about. Raises Mount::JsonError.
 Launcher::AgentId agentIdOf(Mount::TreePath const& path);
 

@@ -16,7 +16,7 @@ class CommandLine : public OruTest::AgentFixture {
 TEST_F(CommandLine, HelpTellsOptionsAndExitCodes) {
   EXPECT_EQ(0, run({"--help"}));
   for (auto const* text : {"--tree", "--check", "--trace-levels", "--ringlog", "--version",
-                           "/run/oru-central", "Exit codes:"})
+                           "$ORU_TREE", "/run/oru-central", "Exit codes:"})
     EXPECT_NE(std::string::npos, agent->output().find(text)) << text;
 }
 
@@ -45,6 +45,14 @@ TEST_F(CommandLine, ATreeThatCannotBeUsedIsTold) {
 TEST_F(CommandLine, ARingTraceFileThatCannotBeUsedIsTold) {
   EXPECT_EQ(3, run({"--tree", root, "--ringlog", folder / "none/trace"}));
   EXPECT_NE(std::string::npos, agent->errors().find("none/trace"));
+}
+
+TEST_F(CommandLine, TheTreeMayStandInTheEnvironment) {
+  putText({"features", "F"}, "x");
+  ::setenv("ORU_TREE", root.c_str(), 1);
+  EXPECT_EQ(1, run({"--check"}));
+  EXPECT_EQ(3, run({"--check", "--tree", folder / "none"}));
+  ::unsetenv("ORU_TREE");
 }
 
 TEST_F(CommandLine, TheTreeIsMadeWhenItIsMissing) {

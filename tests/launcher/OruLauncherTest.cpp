@@ -368,6 +368,15 @@ TEST_F(OruLauncherTest, ASecondOneIsRefused) {
                                std::to_string(launcher) + " holds "));
 }
 
+TEST_F(OruLauncherTest, TheTreeMayStandInTheEnvironment) {
+  start();
+  Command command;
+  command.argv = {ORU_LAUNCHER, "--config", folder.path() / "launcher.json"};
+  command.environment["ORU_TREE"] = tree;
+  command.logFile = folder.path() / "log";
+  EXPECT_EQ(exitCode(spawn(command, {})), 4);
+}
+
 TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
   put({"launcher", "chip", "good"});
   put({"launcher", "chip", "turns bad"});
@@ -516,6 +525,7 @@ TEST_F(OruLauncherTest, TheCommandLineIsChecked) {
   EXPECT_EQ(exitCodeOf({"--check-config"}), 0);
   EXPECT_EQ(exitCodeOf({"--help"}), 0);
   EXPECT_THAT(log(), HasSubstr("Exit codes:"));
+  EXPECT_THAT(log(), HasSubstr("$ORU_TREE, or /run/oru-central"));
   EXPECT_EQ(exitCodeOf({"--version"}), 0);
   EXPECT_EQ(exitCodeOf({"--no-such-option"}), 2);
   EXPECT_EQ(exitCodeOf({"--log-dir", "/nonexistent"}), 2);

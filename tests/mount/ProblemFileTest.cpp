@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mount/JsonError.h"
 #include "tests/mount/LoopTurns.h"
 #include "tests/mount/MemoryBackend.h"
 
@@ -80,6 +81,38 @@ TEST_F(ProblemFileTest, WhatOthersChangeOrRemoveIsPutRightAndNothingElseIsWritte
   backend.othersPut({"problems", "test"}, noProblems);
   OruTest::settle(loop);
   EXPECT_EQ(std::vector<std::string>{}, backend.takeWrites());
+}
+
+TEST_F(ProblemFileTest, ItsTextTellsTheProblems) {
+  file.start();
+  problems.report(Activity::write, "a.json", {}, "No space left on device");
+  problems.report(Activity::read, "b.json", "c.d", "is missing");
+  problems.report(Activity::watch, {}, {}, "is gone");
+  OruTest::settle(loop);
+  auto const told = problemsOf(text());
+  auto const expected = problems.problems();
+  ASSERT_EQ(expected.size(), told.size());
+  for (std::size_t i = 0; i < told.size(); ++i) {
+    EXPECT_EQ(textOf(expected[i]), textOf(told[i]));
+    EXPECT_EQ(expected[i].since, told[i].since);
+  }
+}
+
+TEST_F(ProblemFileTest, WhatIsNoSuchTextIsRefused) {
+  auto const refusal = [](std::string const& problem) {
+    try {
+      problemsOf(R"({"problems":[)" + problem + "]}");
+    } catch (JsonError const& error) {
+      return std::string(error.what());
+    }
+    return std::string("accepted");
+  };
+  EXPECT_EQ("accepted", refusal(""));
+  EXPECT_EQ("problems.0 is not an object", refusal("1"));
+  EXPECT_EQ("problems.0.activity is none of read, write, watch",
+            refusal(R"({"file":"a","activity":"look","place":"","reason":"b","since":1})"));
+  EXPECT_EQ("problems.0.since is missing",
+            refusal(R"({"file":"a","activity":"read","place":"","reason":"b"})"));
 }
 
 }  // namespace

@@ -156,6 +156,13 @@ TEST_F(OruSim, WrongUseEndsWithTwo) {
   EXPECT_THAT(errors, HasSubstr("oru-agent: is not there or cannot be run (see --programs)"));
   EXPECT_EQ(exitCodeOf({"run", device(), "--state", folder.path()}), 2);
   EXPECT_THAT(errors, HasSubstr("is not empty"));
+  EXPECT_EQ(exitCodeOf({"run", device(), "--state", ""}), 2);
+  EXPECT_EQ(exitCodeOf({"run", device(), "--tree", ""}), 2);
+  EXPECT_THAT(errors, HasSubstr("--tree: must not be empty"));
+  for (char const* kind : {"slice", "chip", "feature"}) {
+    EXPECT_EQ(exitCodeOf({kind, "X", "--tree", ""}), 2);
+    EXPECT_THAT(errors, HasSubstr("--tree: must not be empty"));
+  }
   EXPECT_EQ(exitCodeOf({"chip"}), 2);
 }
 

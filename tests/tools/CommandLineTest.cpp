@@ -71,6 +71,11 @@ TEST_F(CommandLineTest, WrongUseIsCodeTwo) {
       err);
   EXPECT_EQ(2, runProgram({"--tree", root, "watch", "slices"}));
   EXPECT_EQ(2, runProgram({"--tree"}));
+  EXPECT_EQ("--tree needs DIR\nRun with --help for more information.\n", err);
+  EXPECT_EQ(2, runProgram({"--tree", root, "reset", "all", "--cause"}));
+  EXPECT_EQ("--cause needs TEXT\nRun with --help for more information.\n", err);
+  EXPECT_EQ(2, runProgram({"--tree", "", "show"}));
+  EXPECT_EQ("--tree: must not be empty\nRun with --help for more information.\n", err);
 }
 
 TEST_F(CommandLineTest, TheTreeMayStandAnywhereOrInTheEnvironment) {
@@ -82,6 +87,8 @@ TEST_F(CommandLineTest, TheTreeMayStandAnywhereOrInTheEnvironment) {
   EXPECT_EQ(0, runProgram({"show", "features"}));
   EXPECT_EQ(expected, out);
   EXPECT_EQ(3, runProgram({"--tree", folder / "none", "show"}));
+  ::setenv("ORU_TREE", (folder / "none").c_str(), 1);
+  EXPECT_EQ(0, runProgram({"--tree", root, "show", "features"}));
 }
 
 TEST_F(CommandLineTest, OutcomesAreExitCodes) {
