@@ -60,6 +60,9 @@ void HostingAgent::tellOtherAgent(Mount::LockedError const& error) const {
 }
 
 void HostingAgent::start() {
+  for (auto const& written : Mount::StateMount::directoriesWritten())
+    backend_.tree().removeHalfWritten(written);
+  backend_.tree().removeHalfWritten({"problems"});
   rootWatch_ = backend_.watch({"problems"}, *this);
   problemFile_.start();
   mount_.emplace(loop_, backend_, problems_, queue_);

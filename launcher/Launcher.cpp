@@ -27,6 +27,8 @@ Launcher::Launcher(Mount::EventLoop& loop, Mount::Log const& log, Options option
 
 void Launcher::start() {
   watchSignals();
+  for (auto const* const written : {"launcher-status", "problems"})
+    backend_.tree().removeHalfWritten({written});
   problemFile_.start();
   takeUpAgents();
   entries_.emplace(backend_, problems_, clock_, table_);

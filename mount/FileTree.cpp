@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <filesystem>
 #include <memory>
 
@@ -95,8 +97,24 @@ std::error_code closed(UniqueFd& file) {
   return ::close(file.release()) < 0 && errno != EINTR ? lastError() : std::error_code();
 }
 
+constexpr std::string_view temporaryPrefix = ".oru-", temporarySuffix = ".tmp";
+
 // One at a time per process and directory: a program writes from its event loop's thread.
-std::string temporaryName() { return ".oru-" + std::to_string(::getpid()) + ".tmp"; }
+std::string temporaryName() {
+  return std::string(temporaryPrefix) + std::to_string(::getpid()).append(temporarySuffix);
+}
+
+// The process that writes by this name; 0 when the name is no temporary one.
+pid_t writerOf(std::string_view fileName) {
+  if (!fileName.starts_with(temporaryPrefix) || !fileName.ends_with(temporarySuffix)) return 0;
+  char const* const begin = fileName.data() + temporaryPrefix.size();
+  char const* const end = fileName.data() + fileName.size() - temporarySuffix.size();
+  pid_t writer = 0;
+  auto const [rest, error] = std::from_chars(begin, end, writer);
+  return error == std::errc() && rest == end && writer > 0 ? writer : 0;
+}
+
+bool isDead(pid_t process) { return ::kill(process, 0) < 0 && errno == ESRCH; }
 
 UniqueFd makeTemporary(int directory, std::string const& name) {
   int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
@@ -217,6 +235,18 @@ std::error_code removeContent(UniqueFd directory) {
   return first ? first : error;
 }
 
+void removeAbandoned(UniqueFd directory, std::size_t depth) {
+  static_cast<void>(forEachFile(std::move(directory), [&](int parent, dirent const& entry) {
+    mode_t const type = typeOf(parent, entry);
+    if (S_ISDIR(type) && depth > 0) {
+      UniqueFd child(::openat(parent, entry.d_name, directoryFlags | O_NOFOLLOW));
+      if (child) removeAbandoned(std::move(child), depth - 1);
+    }
+    pid_t const writer = S_ISREG(type) ? writerOf(entry.d_name) : 0;
+    if (writer > 0 && isDead(writer)) ::unlinkat(parent, entry.d_name, 0);
+  }));
+}
+
 }  // namespace
 
 FileStamp::FileStamp(struct ::stat const& status) noexcept
@@ -331,6 +361,12 @@ std::error_code FileTree::makeDirectory(TreePath const& directory) const {
   std::error_code error;
   static_cast<void>(openDirectory(directory, Missing::make, error));
   return error;
+}
+
+void FileTree::removeHalfWritten(TreePath const& directory) const {
+  std::error_code error;
+  UniqueFd at = openDirectory(directory, Missing::refuse, error);
+  if (at) removeAbandoned(std::move(at), Backend::deepestDirectory - directory.size());
 }
 
 std::error_code FileTree::removeDirectory(TreePath const& directory) const {

@@ -60,6 +60,9 @@ class FileTree {
   std::error_code removeDirectory(TreePath const& directory) const;
   // Makes the root and what is missing above it.
   std::error_code makeRoot() const;
+  // Removes the files that writers which have died since did not come to rename, in the directory and
+  // below it. (One that is in another process namespace only looks dead from here. Its put() fails.)
+  void removeHalfWritten(TreePath const& directory) const;
 
   // The directory, opened for openat() and the like; an error of the system otherwise.
   enum class Missing : bool { refuse, make };

@@ -17,6 +17,10 @@ int StateMount::writeRank(TreePath const& path) {
   return 0;
 }
 
+std::vector<TreePath> StateMount::directoriesWritten() {
+  return {{"config"}, {"hw", "status"}, {"system"}, {"reset", "status"}, {"launcher"}};
+}
+
 StateMount::StateMount(EventLoop& loop, Backend& backend, ProblemList& problems, WriteQueue& queue)
     : writer_(backend, queue, problems),
       context_{loop, backend, problems, queue, writer_},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "mount/ConfigMount.h"
 #include "mount/FeatureMount.h"
@@ -31,6 +32,8 @@ class StateMount {
  public:
   // The order in which a queue is to write: docs/state-tree.md says why.
   static int writeRank(TreePath const& path);
+  // Those that nobody else writes to.
+  static std::vector<TreePath> directoriesWritten();
 
   // The queue must have that order. All arguments must outlive the mount.
   StateMount(EventLoop& loop, Backend& backend, ProblemList& problems, WriteQueue& queue);

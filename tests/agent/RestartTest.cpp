@@ -154,4 +154,21 @@ TEST_F(Restart, GenerationsStayAboveThoseOfBeforeThoughTheClockWasSetBack) {
   EXPECT_TRUE(awaits([&] { return configured("S1", 1) > far; }));
 }
 
+TEST_F(Restart, WhatAKilledAgentHadHalfWrittenIsRemoved) {
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  std::string const left = "/.oru-" + std::to_string(agent->pid()) + ".tmp";
+  killAgent();
+  std::vector<std::string> const own{"/config/S1",        "/hw/status",      "/system/chips",
+                                     "/system/slices",    "/launcher/slice", "/launcher/chip",
+                                     "/launcher/feature", "/problems"};
+  for (auto const& directory : own) std::ofstream(root + directory + left) << "{";
+  std::ofstream(root + "/status/S1" + left) << "{";
+  startAgent();
+  for (auto const& directory : own)
+    EXPECT_FALSE(std::filesystem::exists(root + directory + left)) << directory;
+  EXPECT_TRUE(std::filesystem::exists(root + "/status/S1" + left)) << "is not the agent's";
+  EXPECT_TRUE(awaitsNoProblem());
+}
+
 }  // namespace

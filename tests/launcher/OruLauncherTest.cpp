@@ -368,6 +368,18 @@ TEST_F(OruLauncherTest, ASecondOneIsRefused) {
                                std::to_string(launcher) + " holds "));
 }
 
+TEST_F(OruLauncherTest, WhatAKilledOneHadHalfWrittenIsRemoved) {
+  std::string const left = "/.oru-2147483647.tmp";  // of no process that a system can have
+  std::vector<std::string> const own{"/launcher-status/chip", "/problems"};
+  for (auto const& directory : own) {
+    std::filesystem::create_directories(tree + directory);
+    write(tree + directory + left, "{");
+  }
+  start();
+  for (auto const& directory : own)
+    EXPECT_FALSE(std::filesystem::exists(tree + directory + left)) << directory;
+}
+
 TEST_F(OruLauncherTest, TheTreeMayStandInTheEnvironment) {
   start();
   Command command;

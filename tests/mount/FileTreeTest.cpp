@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -237,6 +238,31 @@ TEST_F(FileTreeTest, AFailedPutLeavesTheOldTextAndNoTemporary) {
   EXPECT_EQ("old", tree.read({"a"}).text);
   for (auto const& entry : fs::directory_iterator(folder.path()))
     EXPECT_NE('.', entry.path().filename().string().front());
+}
+
+TEST_F(FileTreeTest, WhatDeadWritersHaveLeftIsRemovedAndNothingElse) {
+  std::string const root = folder.path().string();
+  std::string const dead = ".oru-2147483647.tmp";  // of no process that a system can have
+  std::string const living = ".oru-" + std::to_string(::getpid()) + ".tmp";
+  fs::create_directories(root + "/config/S1");
+  fs::create_directories(root + "/status/S1");
+  std::set<std::string> kept{"status/S1/" + dead, "config/S1/C1.json"};
+  for (auto const& name : {living, std::string(".oru-.tmp"), std::string(".oru-0.tmp"),
+                           std::string(".oru-2147483647x.tmp"), std::string(".oru-2147483647.tmp2"),
+                           std::string(".other-2147483647.tmp"), std::string("oru-2147483647.tmp")})
+    kept.insert("config/S1/" + name);
+  for (auto const& name : kept) std::ofstream(root + '/' + name) << "x";
+  for (auto const* directory : {"/config/", "/config/S1/"})
+    std::ofstream(root + directory + dead) << "x";
+  fs::create_directories(root + "/config/S2");
+  fs::create_symlink(root + "/config/S1/C1.json", root + "/config/S2/" + dead);
+  kept.insert("config/S2/" + dead);
+  tree.removeHalfWritten({"config"});
+  tree.removeHalfWritten({"nowhere"});
+  std::set<std::string> left;
+  for (auto const& entry : fs::recursive_directory_iterator(root))
+    if (!entry.is_directory()) left.insert(entry.path().lexically_relative(root).string());
+  EXPECT_EQ(kept, left);
 }
 
 }  // namespace
