@@ -166,10 +166,13 @@ class Check {
     std::string reasons;
     json const* list = fieldOf(situation_.tree().value({"problems", "oru-agent"}), "problems");
     if (list == nullptr) return reasons;
-    for (json const& problem : *list) {
-      if (problem.value("file", "") != file) continue;
-      reasons += problem.value("place", "") + ' ' + problem.value("reason", "") + "; ";
-    }
+    auto const text = [](json const& problem, char const* name) {
+      json const* const found = fieldOf(problem, name);
+      return found != nullptr && found->is_string() ? found->get<std::string>() : std::string();
+    };
+    for (json const& problem : *list)
+      if (text(problem, "file") == file)
+        reasons += text(problem, "place") + ' ' + text(problem, "reason") + "; ";
     return reasons;
   }
 

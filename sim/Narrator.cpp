@@ -14,8 +14,13 @@ using Difference = TreePicture::Difference;
 using Events = std::vector<Event>;
 using Tone = Event::Tone;
 
+// The files may be of any shape: whoever plays a device may write what is wrong.
 json field(json const& value, char const* name) {
   return value.is_object() ? value.value(name, json()) : json();
+}
+
+std::size_t number(json const& value) {
+  return value.is_number_unsigned() ? value.get<std::size_t>() : 0;
 }
 
 std::string text(json const& value, char const* name) {
@@ -143,9 +148,9 @@ std::vector<Event> Narrator::process(Difference const& difference) const {
                               text(after, "pid")}};
   }
   if (state == "backoff") {
-    return {{Tone::bad,
-             name + " " + text(field(after, "lastExit"), "reason") + ", ended by itself " +
-                 counted(field(field(after, "restarts"), "crashes").get<std::size_t>(), "time")}};
+    return {{Tone::bad, name + " " + text(field(after, "lastExit"), "reason") +
+                            ", ended by itself " +
+                            counted(number(field(field(after, "restarts"), "crashes")), "time")}};
   }
   if (state == "failed") return {{Tone::bad, name + " cannot start: " + text(after, "problem")}};
   return {{Tone::quiet, name + " " + state}};
