@@ -14,7 +14,7 @@ namespace Oru::Sim {
 
 // What stands in the tree, as an onlooker sees it: every file's JSON, every directory. Follows the
 // tree by itself; what this program writes is to be looked at with look().
-class TreePicture : private Mount::Backend::Observer {
+class TreePicture final : private Mount::Backend::Observer {
  public:
   struct Difference {
     Mount::TreePath path;
