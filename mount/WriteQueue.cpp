@@ -2,10 +2,21 @@
 
 #include <algorithm>
 #include <climits>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 namespace Oru::Mount {
+
+namespace {
+
+// What stands in the way at one place, or does not fit there, says nothing of any other.
+bool concernsOnePlace(std::error_code error) {
+  return error == std::errc::is_a_directory || error == std::errc::not_a_directory ||
+         error == std::errc::too_many_symbolic_link_levels || error == std::errc::file_too_large;
+}
+
+}  // namespace
 
 WriteQueue::WriteQueue(EventLoop& loop, Backend& backend, ProblemList& problems, Rank rank)
     : loop_(loop),
@@ -53,8 +64,12 @@ bool WriteQueue::flush() {
                     [](auto const& at) { return std::pair(at->second.rank, at->second.order); });
   int failedRank = INT_MAX;
   for (auto const& at : inOrder) {
-    if (at->second.rank <= failedRank && carryOut(at->first, at->second)) continue;
-    failedRank = std::min(failedRank, at->second.rank);
+    int const rank = at->second.rank;
+    if (rank <= failedRank) {
+      auto const error = carryOut(at->first, at->second);
+      if (!error) continue;
+      if (!concernsOnePlace(error)) failedRank = rank;
+    }
     wishes_.insert(wishes.extract(at));
   }
   if (wishes_.empty())
@@ -64,13 +79,13 @@ bool WriteQueue::flush() {
   return wishes_.empty();
 }
 
-bool WriteQueue::carryOut(Place const& place, Wish const& wish) {
+std::error_code WriteQueue::carryOut(Place const& place, Wish const& wish) {
   auto const error = wish.action();
   if (error)
     problems_.report(ProblemList::Activity::write, place.file(), {}, error.message());
   else
     problems_.clear(ProblemList::Activity::write, place.file());
-  return !error;
+  return error;
 }
 
 }  // namespace Oru::Mount

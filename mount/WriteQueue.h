@@ -19,7 +19,7 @@ namespace Oru::Mount {
 // otherwise.
 //
 // Order: by rank, then by last wish. A wish of a higher rank is not carried out as long as one of a
-// lower rank has failed.
+// lower rank has failed, unless that lies in its own place alone (a directory where a file belongs).
 class WriteQueue {
  public:
   using Rank = std::function<int(TreePath const&)>;
@@ -56,7 +56,7 @@ class WriteQueue {
   };
   using Wishes = std::map<Place, Wish>;
 
-  bool carryOut(Place const& place, Wish const& wish);
+  std::error_code carryOut(Place const& place, Wish const& wish);
 
   EventLoop& loop_;
   Backend& backend_;

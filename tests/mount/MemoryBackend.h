@@ -62,7 +62,10 @@ class MemoryBackend final : public Oru::Mount::Backend {
   // From now on every write fails with this error; 0: none does.
   void writesFailWith(int error) { writeError_ = error; }
   // From now on writes at this place or below it fail.
-  void writesFailAt(TreePath const& place) { failingPlace_ = place; }
+  void writesFailAt(TreePath const& place, int error = EIO) {
+    failingPlace_ = place;
+    failingPlaceError_ = error;
+  }
   void readsFail(bool fail) { readsFail_ = fail; }
   void listsFail(TreePath const& directory, bool fail) {
     if (fail)
@@ -142,7 +145,8 @@ class MemoryBackend final : public Oru::Mount::Backend {
   };
 
   std::error_code written(TreePath const& place, char const* how) {
-    int const error = failingPlace_ && place.isWithin(*failingPlace_) ? EIO : writeError_;
+    int const error =
+        failingPlace_ && place.isWithin(*failingPlace_) ? failingPlaceError_ : writeError_;
     if (error) return {error, std::generic_category()};
     writes_.push_back(how + place.text());
     return {};
@@ -185,6 +189,7 @@ class MemoryBackend final : public Oru::Mount::Backend {
   std::vector<std::string> writes_;
   int writeError_ = 0;
   std::optional<TreePath> failingPlace_;
+  int failingPlaceError_ = 0;
   bool readsFail_ = false;
   std::set<TreePath> failingLists_;
   bool deaf_ = false;

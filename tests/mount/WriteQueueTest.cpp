@@ -74,4 +74,18 @@ TEST_F(WriteQueueTest, AHigherRankWaitsForWhatFailedBelowIt) {
   EXPECT_EQ((Writes{"put first/a", "put last/a"}), backend.takeWrites());
 }
 
+TEST_F(WriteQueueTest, NobodyWaitsForAPlaceWhereSomethingStandsInTheWay) {
+  for (int const error : {EISDIR, ENOTDIR, ELOOP, EFBIG}) {
+    backend.writesFailAt({"first", "a"}, error);
+    queue.put({"first", "a"}, "1");
+    queue.put({"last", "a"}, "1");
+    settle(loop);
+    EXPECT_EQ(Writes{"put last/a"}, backend.takeWrites());
+    EXPECT_EQ(1u, problems.problems().size());
+    backend.writesFailAt({"elsewhere"});
+    EXPECT_TRUE(queue.flush());
+    EXPECT_EQ(Writes{"put first/a"}, backend.takeWrites());
+  }
+}
+
 }  // namespace
