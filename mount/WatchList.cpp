@@ -62,10 +62,12 @@ void WatchList::deliver() {
   }
 }
 
-// A directory that is reported stands for everything in it.
+// A directory that is reported stands for everything in it, but not for the word that one in it is
+// another one.
 std::vector<Backend::Change> WatchList::withoutCovered(std::vector<Backend::Change> changes) const {
   std::erase_if(changes, [this](Backend::Change const& change) {
-    if (change.kind == Backend::Kind::directory && change.path.isRoot()) return false;
+    if (change.kind == Backend::Kind::directory && (change.wasGone || change.path.isRoot()))
+      return false;
     for (auto above = change.path.parent();; above = above.parent()) {
       if (notedDirectories_.contains(above)) return true;
       if (above.isRoot()) return false;

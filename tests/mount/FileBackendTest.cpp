@@ -304,6 +304,19 @@ TEST_F(FileBackendTest, ARootInWhichAFileIsOpenIsFollowedAgainAfterItsRemoval) {
   EXPECT_TRUE(awaits("d/a.json"));
 }
 
+TEST_F(FileBackendTest, ADirectoryIsToldToBeAnotherOneThoughItsParentIsReadAgainToo) {
+  fs::create_directories(root + "/d/e");
+  FileBackend backend(loop, root);
+  auto const watch = backend.watch({"d"}, recorder);
+  OruTest::settle(loop);
+  take();
+  fs::remove_all(root + "/d/e");
+  fs::create_directories(root + "/d/e");
+  std::ofstream(root + "/d/stray") << "x";
+  EXPECT_TRUE(awaits("d/"));
+  EXPECT_TRUE(recorder.has("d/e/ anew"));
+}
+
 TEST_F(WatchedDirectory, ARootThatIsExchangedIsReadAgainWithoutLoss) {
   fs::create_directories(folder / "other/d");
   fs::rename(root, folder / "away");
