@@ -31,8 +31,8 @@ PlatformHelper::PlatformHelper(String const& name, Mount::Log const& log, Mount:
       log_(log),
       mount_(&mount),
       changed_(std::move(changed)),
-      lastFeatureReset_(std::max(mount.featureLauncher().lastRestart(),
-                                 mount.resetStatus().lastAnswer(ResetType::featureAgents))) {}
+      lastFeatureReset_(mount.resetStatus().lastAnswer(ResetType::featureAgents)),
+      lastFeatureRestart_(mount.featureLauncher().lastRestart()) {}
 
 void PlatformHelper::syncStateOnInit(ChipCollection const& runningChips) {
   if (mount_ && !runningChips.chip().empty())
@@ -65,9 +65,10 @@ void PlatformHelper::chipRemoved(DeviceId deviceId) {
 
 void PlatformHelper::featureAgentResetRequested(Duration genTime) {
   if (!mount_) return;
-  if (genTime <= lastFeatureReset_) {
+  if (genTime <= lastFeatureReset_ || genTime < lastFeatureRestart_) {
     log_.info("no feature agent restarted: the request of " + asInFiles(genTime) +
-              " is not newer than that of " + asInFiles(lastFeatureReset_));
+              " is not newer than that of " +
+              asInFiles(std::max(lastFeatureReset_, lastFeatureRestart_)));
     return;
   }
   lastFeatureReset_ = genTime;

@@ -13,7 +13,7 @@ namespace Oru::Agent {
 // The platform's plug-in of oru-agent: makes chip configurations, feeds the feature collection from
 // the tree, restarts feature agents, and logs what happens. A request to reset the feature agents
 // that is not newer than the last that was carried out, by an earlier run too, is not carried out:
-// it is that one, told again, or came late.
+// it is that one, told again, or came late. One that an earlier run did not answer is finished.
 class PlatformHelper : public Kesh::Typed<PlatformHelper, OruHelper::CentralHelper> {
  public:
   static constexpr char const* typeName = "Oru::Agent::PlatformHelper";
@@ -39,7 +39,9 @@ class PlatformHelper : public Kesh::Typed<PlatformHelper, OruHelper::CentralHelp
   Mount::StateMount* mount_;
   std::function<void()> const changed_;
   std::map<std::string, Vunda::Duration> detected_;
-  Vunda::Duration lastFeatureReset_;
+  Vunda::Duration lastFeatureReset_;  // that was carried out and, of an earlier run, answered
+  // What an earlier run restarted for, perhaps not all of them: the same again harms nobody.
+  Vunda::Duration lastFeatureRestart_;
 };
 
 }  // namespace Oru::Agent

@@ -136,13 +136,15 @@ TEST_P(BadInput, OfAWrongTextIsRefusedUntilItIsCorrected) {
   Json outOfRange = good_;
   outOfRange[Json::json_pointer(GetParam().number)] = 1e300;
   std::string const text = good_.dump();
+  auto const half = text.size() / 2;
   struct Case {
     std::string text, problem;
   };
   for (auto const& [bad, problem] :
-       {Case{"", " is empty"}, Case{"nonsense", " is not JSON"},
-        Case{text.substr(0, text.size() / 2), " is not JSON"}, Case{"[1]", " is not an object"},
-        Case{missing.dump(), field + " is missing"}, Case{wrong.dump(), field + " is n"},
+       {Case{"", " is empty"}, Case{"nonsense", " is not JSON: line 1, column 2"},
+        Case{text.substr(0, half), " is not JSON: line 1, column " + std::to_string(half + 1)},
+        Case{"[1]", " is not an object"}, Case{missing.dump(), field + " is missing"},
+        Case{wrong.dump(), field + " is n"},
         Case{unknown.dump(), "more is not a field of this file"},
         Case{outOfRange.dump(), std::string(GetParam().place) + " is n"},
         Case{std::string(Oru::Mount::FileTree::sizeLimit + 1, ' '), " is larger than 1048576"}}) {

@@ -82,6 +82,22 @@ TEST_F(Restart, FeatureAgentsAreNotRestartedAgainForAnAnsweredRequest) {
   EXPECT_EQ(7.5, json({"launcher", "feature", "F1"}).at("restart"));
 }
 
+TEST_F(Restart, ARestartOfFeatureAgentsThatWasBrokenOffIsFinished) {
+  for (auto const* feature : {"F1", "F2"}) put({"features", feature}, {{"enabled", true}});
+  startAgent();
+  bringUp("S1", 5.0, {1});
+  requestReset("featureAgents", 7.5);
+  ASSERT_TRUE(awaitsAnswer(7.5, "featureAgents"));
+  killAgent();
+  // As if it had been killed between the two.
+  put({"launcher", "feature", "F2"}, Json::object());
+  EXPECT_FALSE(tree.remove({"reset", "status", "test", "featureAgents"}));
+  startAgent();
+  EXPECT_TRUE(awaitsAnswer(7.5, "featureAgents"));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F1"}).at("restart"));
+  EXPECT_EQ(7.5, json({"launcher", "feature", "F2"}).value("restart", 0.0));
+}
+
 TEST_F(Restart, WhatChangedMeanwhileIsTakenUp) {
   startAgent();
   bringUp("S1", 5.0, {1});
