@@ -119,6 +119,7 @@ void Player::stop() {
 void Player::stopProgram(std::string const& name) {
   Task task;
   task.act = [this, name] {
+    if (stage_->program(name).state() == Program::State::running) stopped_.push_back(name);
     stage_->program(name).expectEnd();
     stage_->program(name).signal(SIGCONT);
     stage_->program(name).signal(SIGTERM);
@@ -129,7 +130,7 @@ void Player::stopProgram(std::string const& name) {
   };
   task.within = stopTime;
   task.otherwise = [this, name] {
-    say({Tone::bad, name + " does not end and is killed"});
+    broken(name + " does not end and is killed");
     stage_->program(name).signal(SIGKILL);
   };
   tasks_.add(std::move(task));
@@ -145,13 +146,22 @@ void Player::stopAgents() {
     return {"agents still run"};
   };
   task.within = stopTime;
-  task.otherwise = [this] { say({Tone::bad, "agents do not end and are killed"}); };
+  task.otherwise = [this] { broken("agents do not end and are killed"); };
   tasks_.add(std::move(task));
 }
 
 void Player::stopped() {
+  for (auto const& name : stopped_) {
+    std::string const& end = stage_->program(name).end();
+    if (end != Program::cleanEnd) broken(name + ' ' + end);
+  }
   stage_->killOrphans();
   loop_.exit();
+}
+
+void Player::broken(std::string const& what) {
+  say({Tone::bad, what});
+  if (result_ == exitOk) result_ = exitBroken;
 }
 
 void Player::interrupted(int signal) {

@@ -59,6 +59,7 @@ class Player {
   void stopProgram(std::string const& name);
   void stopAgents();
   void stopped();
+  void broken(std::string const& what);
   void interrupted(int signal);
   void failed(std::vector<std::string> const& reasons);
   void treeChanged(std::vector<TreePicture::Difference> const& differences);
@@ -113,6 +114,7 @@ class Player {
   Numbers numbers_;
   int result_ = exitOk;
   bool stopping_ = false;
+  std::vector<std::string> stopped_;  // programs that ran at the end and were asked to stop
 };
 
 }  // namespace Oru::Sim

@@ -45,6 +45,7 @@ class Program {
   std::string const& status() const { return status_; }  // what it last said of itself
   // How it ended, "exited with status 1"; empty while it has not.
   std::string const& end() const { return end_; }
+  static constexpr char const* cleanEnd = "exited with status 0";
   // How often it has gone to sleep so far, which is how often it has woken up; 0 when it has ended.
   std::uint64_t sleeps() const;
   bool endedBySurprise() const { return state_ == State::ended && !end_.empty() && !endExpected_; }

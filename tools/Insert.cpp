@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <map>
 
 #include "mount/Json.h"
 #include "tools/Failure.h"
@@ -65,6 +66,18 @@ void refuseDoubled(TreeData const& data, std::string const& slice, SliceHwData c
   }
 }
 
+void refuseDoubledOnBoard(SliceHwData const& board) {
+  std::map<std::uint16_t, std::string> chips;
+  for (auto const& [chip, hardware] : board.chips) {
+    if (hardware.deviceId == Central::DeviceId::null) continue;
+    auto const [first, isNew] = chips.try_emplace(hardware.deviceId, chip);
+    if (!isNew)
+      throw Failure(exitUsage, "chips \"" + shown(first->second) + "\" and \"" + shown(chip) +
+                                   "\" both have device number " +
+                                   std::to_string(hardware.deviceId));
+  }
+}
+
 }  // namespace
 
 int insertSlice(Context const& context, std::string const& file, std::string const& given) {
@@ -81,6 +94,7 @@ int insertSlice(Context const& context, std::string const& file, std::string con
   } catch (Mount::JsonError const& error) {
     throw Failure(exitUsage, file + ": " + shown(error.what()));
   }
+  refuseDoubledOnBoard(board);
   refuseDoubled(data, slice, board);
   Mount::TreePath const path{"hw", "config", slice};
   requireWritten(tree.put(path, text), tree, path);

@@ -14,8 +14,10 @@ double configuredIn(TreeData const& data, std::string const& slice, std::string 
   return config ? config->genTime.seconds() : 0.0;
 }
 
+// Of a board whose file cannot be read just now, the last one that could is in force.
 bool isInserted(TreeData const& data, std::string const& slice) {
-  return data.hwConfig.contains(slice) && data.status.contains(slice);
+  return (data.hwConfig.contains(slice) || data.isUnreadable({"hw", "config", slice})) &&
+         data.status.contains(slice);
 }
 
 ResetOutcome chipOutcome(double requested, std::string const& slice, std::string const& chip,
@@ -41,7 +43,10 @@ void addSlice(std::vector<ResetOutcome>& outcomes, double requested, std::string
     return;
   }
   std::set<std::string, NaturalOrder> chips;
-  for (auto const& [chip, hardware] : after.hwConfig.find(slice)->second.chips) chips.insert(chip);
+  if (auto const board = after.hwConfig.find(slice); board != after.hwConfig.end())
+    for (auto const& [chip, hardware] : board->second.chips) chips.insert(chip);
+  else if (auto const known = after.config.find(slice); known != after.config.end())
+    for (auto const& [chip, config] : known->second) chips.insert(chip);
   for (auto const& chip : chips)
     outcomes.push_back(chipOutcome(requested, slice, chip, before, after));
 }

@@ -98,7 +98,10 @@ void ResetWait::takeReturns(TreeData const& data) {
     auto const back = returnOf(waiting.outcome, waiting.requested, data);
     if (back == Return::running)
       say(waiting, Tone::good, "reset, runs again after " + durationText(now() - began_));
-    if (back == Return::gone) say(waiting, Tone::busy, "reset, and taken away since");
+    if (back == Return::gone) {
+      allReset_ = false;
+      say(waiting, Tone::busy, "reset, and taken away since");
+    }
     return back != Return::pending;
   });
 }

@@ -113,6 +113,21 @@ TEST_F(OruSim, ProgramThatEndsByItselfEndsTheRunWithThree) {
   EXPECT_EQ(agentsLeft(), 0u);
 }
 
+TEST_F(OruSim, ProgramThatDoesNotStopCleanlyEndsTheRunWithThree) {
+  fs::create_directory(folder / "programs");
+  fs::create_symlink(ORU_LAUNCHER, folder / "programs/oru-launcher");
+  auto const agent = written("programs/oru-agent", R"(#!/usr/bin/env python3
+import os, signal, socket, sys
+signal.signal(signal.SIGTERM, lambda *_: sys.exit(7))
+service_manager = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+service_manager.sendto(b"READY=1", os.environ["NOTIFY_SOCKET"].replace("@", "\0", 1))
+while True: signal.pause()
+)");
+  fs::permissions(agent, fs::perms::owner_all);
+  EXPECT_EQ(exitCodeOf({"run", device(), "--programs", folder / "programs", "--for", "0.1s"}), 3);
+  EXPECT_THAT(output, HasSubstr("oru-agent exited with status 7"));
+}
+
 TEST_F(OruSim, StepThatIsNotPossibleEndsTheRunWithThree) {
   EXPECT_EQ(exitCodeOf(play(R"({"start": "oru-agent"})")), 3);
   EXPECT_THAT(output, HasSubstr("FAILED: oru-agent runs already"));

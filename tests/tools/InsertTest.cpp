@@ -62,6 +62,14 @@ TEST_F(InsertTest, ChipsAndDevicesThatAnotherSliceHasAreRefused) {
   EXPECT_EQ(0, run({"insert", writeFile("Slice2.json", board("Chip2", 4))}));
 }
 
+TEST_F(InsertTest, TwoChipsOfABoardWithOneDeviceNumberAreRefused) {
+  auto const file = writeFile("Slice1.json", R"({"chips": {"Chip1": {"deviceId": 3, "ports": {}},
+      "Chip2": {"deviceId": 3, "ports": {}}}})");
+  EXPECT_EQ(2, run({"insert", file}));
+  EXPECT_EQ("oructl: chips \"Chip1\" and \"Chip2\" both have device number 3\n", err);
+  EXPECT_FALSE(stands({"hw", "config", "Slice1"}));
+}
+
 TEST_F(InsertTest, AFileThatIsNotThereOrTellsNoNameIsTold) {
   EXPECT_EQ(3, run({"insert", folder / "none.json"}));
   EXPECT_EQ("oructl: cannot read " + (folder / "none.json") + '\n', err);

@@ -70,6 +70,16 @@ TEST_F(ResetOutcomeTest, ASliceWithoutBoardOrReportIsNotInserted) {
   EXPECT_EQ((std::vector<std::string>{"slice Slice1 not inserted"}), outcomes("all", {}, before));
 }
 
+// Its last good file is in force.
+TEST_F(ResetOutcomeTest, ASliceWhoseBoardCannotBeReadJustNowIsInserted) {
+  putUp("Slice1", "Chip1", 0, 200.0);
+  auto const before = data();
+  putText({"hw", "config", "Slice1"}, "nonsense");
+  putConfig("Slice1", "Chip1", 0, 1001.0, false);
+  EXPECT_EQ((std::vector<std::string>{"chip Slice1/Chip1 reset"}),
+            outcomes("slice", {"Slice1"}, before));
+}
+
 TEST_F(ResetOutcomeTest, AChipThatWasResetAndThenPulledWasReset) {
   putUp("Slice1", "Chip1", 0, 200.0);
   auto const before = data();
