@@ -28,7 +28,7 @@ class MainJob {
  public:
   virtual ~MainJob() = default;
 
-  // Each only after the one before, for every slice; storm() any number of times while all are
+  // Each only after the one before, for every slice; resetEverything() any number of times while all are
   // published.
   virtual void insertSlice(int slice) = 0;
   virtual void publishSlice(int slice) = 0;

@@ -22,13 +22,13 @@ namespace {
 class FloorRing {
  public:
   FloorRing()
-      : data_(static_cast<char*>(mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+      : data_(static_cast<char*>(mmap(nullptr, bytes + overhang, PROT_READ | PROT_WRITE,
                                       MAP_SHARED | MAP_ANONYMOUS | MAP_POPULATE, -1, 0))) {
     if (data_ == MAP_FAILED) std::abort();
   }
   FloorRing(FloorRing const&) = delete;
   FloorRing& operator=(FloorRing const&) = delete;
-  ~FloorRing() { munmap(data_, bytes); }
+  ~FloorRing() { munmap(data_, bytes + overhang); }
 
   // Where a record of that size goes; its header is written.
   char* record(std::uint64_t id, std::size_t size) {
@@ -45,6 +45,7 @@ class FloorRing {
 
  private:
   static constexpr std::size_t bytes = 1U << 18;
+  static constexpr std::size_t overhang = 4096;  // where the last record of a lap ends
 
   char* data_;
   std::uint64_t position_ = 0;

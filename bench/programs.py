@@ -114,12 +114,15 @@ def insert_boards(tree):
 
 
 def be_the_slice_agents(tree):
+    """Returns the text of the statuses, which are all the same."""
+    status = {"genTime": 0, "intfToPortId": {}}
     for name in slice_names():
         wait_until((tree / "launcher" / "slice" / f"{name}.json").exists, f"{name} is wanted")
         folder = tree / "status" / name
         folder.mkdir()
         for chip in chip_names(name):
-            put(folder / f"{chip}.json", {"genTime": 0, "intfToPortId": {}})
+            put(folder / f"{chip}.json", status)
+    return json.dumps(status)
 
 
 def be_the_chip_agents(tree):
@@ -148,23 +151,28 @@ def boot(programs, tools):
         with running(programs / "oru-agent", "--tree", tree) as agent:
             wait_until((tree / "system" / "chips").exists, "oru-agent is ready")
             insert_boards(tree)
-            be_the_slice_agents(tree)
+            first_status = be_the_slice_agents(tree)
             be_the_chip_agents(tree)
             published = tree / "system" / "chips"
             wait_until(lambda: len(list(published.glob("*.json"))) == SLICES * CHIPS, "all chips are published")
             spent, memory = processor_time(agent.pid), resident(agent.pid)
-            floor = parse_and_write(tree, folder, tools)
+            floor = parse_and_write(tree, first_status, folder, tools)
     size = f"{SLICES}x{CHIPS}x{PORTS}"
     return {f"program.boot/{size}/ours": spent, f"program.boot/{size}/floor": floor,
             f"program.memory/{size}/ours": memory}
 
 
-def parse_and_write(tree, folder, tools):
-    """Processor time of a program that parses what oru-agent read and writes what it wrote: statuses are read, and
-    configurations and hardware statuses written, once empty and once with their generation."""
+def parse_and_write(tree, first_status, folder, tools):
+    """Processor time of a program that parses what oru-agent read and writes what it wrote: statuses are read once
+    without interfaces and once as they stand, configurations and hardware statuses written twice."""
+    statuses = list(tree.glob("status/*/*.json"))
+    first_statuses = folder / "first-statuses"
+    first_statuses.mkdir()
+    for number in range(len(statuses)):
+        (first_statuses / f"{number}.json").write_text(first_status)
     once = [*tree.glob("system/*/*.json"), *tree.glob("launcher/*/*.json")]
     twice = [*tree.glob("config/*/*.json"), *tree.glob("hw/status/*.json")]
-    lines = [f"read {path}" for path in [*tree.glob("hw/config/*.json"), *2 * list(tree.glob("status/*/*.json"))]]
+    lines = [f"read {path}" for path in [*tree.glob("hw/config/*.json"), *first_statuses.glob("*.json"), *statuses]]
     lines += [f"write {path}" for path in [*once, *2 * twice]]
     output = folder / "output"
     output.mkdir()
