@@ -130,8 +130,8 @@ class HashMap2018 {
     auto const wanted = HashHelper::lookupKey(key);
     return core_.deleteMemberG(operations, &wanted.key, wanted.hash, &removed);
   }
-  // Removes the member that one of the collection's iterators stands on, without looking for its
-  // key; false when it was removed already. The iterator may go on.
+  // Removes the member that an iterator stands on, without looking for its key; false when it was
+  // removed already. The iterator is this collection's and not at the end; it may go on.
   bool deleteMember(Iterator const& at) noexcept {
     if (at.currNodeNonStale() == nullptr) return false;
     Value removed{};
