@@ -62,6 +62,8 @@ void registerWithGoogleBenchmark() {
     auto* const timed =
         benchmark::RegisterBenchmark(one.name.c_str(), [&one](benchmark::State& state) {
           Body const body = one.prepare();
+          NoMeter warmUp;
+          body(warmUp, one.operations);
           for (auto _ : state) {
             TimeMeter meter;
             body(meter, one.operations);

@@ -10,7 +10,6 @@ import json
 import os
 import re
 import subprocess
-import sys
 
 
 class Program:
@@ -56,7 +55,7 @@ class Program:
              "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.05", "--benchmark_format=json"],
             stdout=subprocess.PIPE, text=True)
         if run.returncode != 0 or not run.stdout:
-            sys.exit("bench: the time mode failed")
+            raise RuntimeError(f"{self.path} failed in the time mode")
         return {name: one["real_time"] / self.operations[name]
                 for one in json.loads(run.stdout)["benchmarks"] if one["aggregate_name"] == "median"
                 for name in [re.sub(r"(/iterations:\d+)?/manual_time$", "", one["run_name"])]}

@@ -129,12 +129,12 @@ def replaced(text, part, lines):
     return before + begin + "\n\n" + "\n".join(lines) + "\n\n" + end + rest.partition(end)[2]
 
 
-def write(folder, about, rows, figures, failures, how_timed):
+def write(folder, about, rows, figures, notes, how_timed):
     path = os.path.join(folder, "performance.md")
     with open(path) as file:
         text = file.read()
     text = replaced(text, "machine", [f"{about['processor']}, {about['cores']} cores; {about['system']}; {about['compiler']}."])
-    text = replaced(text, "targets", [*target_table(rows), *("\n" + line for line in not_measured(failures))])
+    text = replaced(text, "targets", [*target_table(rows), *("\n" + line for line in notes)])
     if "instructions" in figures:
         text = replaced(text, "figures", figure_table({**figures["instructions"], **figures["count"]},
                                                       "instructions; heap: bytes"))

@@ -66,6 +66,24 @@ def untargeted(rows, figures):
                 yield row({"what": case, "mode": mode}, f"{case}/ours", name, figures[mode])
 
 
+def directions(figures):
+    """Of each pair that was measured in both modes, ours to theirs in both."""
+    for name in sorted(figures.get("time", {}).keys() & figures.get("instructions", {}).keys()):
+        ours = name.rsplit("/", 1)[0] + "/ours"
+        if name != ours and ours in figures["time"] and ours in figures["instructions"]:
+            yield name, *(figures[mode][ours] / figures[mode][name] for mode in ("instructions", "time"))
+
+
+def agreement(figures):
+    """Says where one mode finds ours clearly better and the other clearly worse."""
+    both = list(directions(figures))
+    opposed = [f"{name} is {counted:.2f} in instructions and {timed:.2f} in time" for name, counted, timed in both
+               if min(counted, timed) < 1 / (1 + TOLERANCE) and max(counted, timed) > 1 + TOLERANCE]
+    if both:
+        yield (f"Of {len(both)} pairs measured in both modes, {len(both) - len(opposed)} agree in who is ahead"
+               + (": all but " + "; ".join(opposed) if opposed else "") + ".")
+
+
 def worsened(baseline, rows):
     """What is worse than the baseline by more than the tolerance, or stands in only one of the two."""
     ratios = {key(one): one for one in rows}
@@ -129,7 +147,10 @@ def measure(program, chosen, pairs_in_time, arguments):
         print(f"timing {len(timed)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
         figures["time"] = program.times(timed, arguments.repetitions)
         if arguments.lttng:
-            figures["time"].update(lttng_times(arguments))
+            try:
+                figures["time"].update(lttng_times(arguments))
+            except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
+                failures.append(f"LTTng-UST: {error}")
         if arguments.programs:
             print("measuring the programs", file=sys.stderr)
             try:
@@ -148,13 +169,9 @@ def time_text(program, figures, arguments):
 
 
 def lttng_times(arguments):
-    try:
-        with lttng_session.session():
-            tracer = Program(arguments.lttng)
-            return tracer.times(tracer.operations, arguments.repetitions)
-    except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
-        print(f"bench: LTTng-UST is left out: {error}", file=sys.stderr)
-        return {}
+    with lttng_session.session():
+        tracer = Program(arguments.lttng)
+        return tracer.times(tracer.operations, arguments.repetitions)
 
 
 def main():
@@ -172,16 +189,18 @@ def main():
     measured = {name for mode in figures.values() for name in mode}
     rows = [row(*pair, figures[pair[0]["mode"]]) for pair in pairs(targets, measured)
             if pair[1] in figures.get(pair[0]["mode"], {})]
-    for line in [*page.text_table(rows), *page.not_measured(failures)]:
+    notes = [*agreement(figures), *page.not_measured(failures)]
+    for line in [*page.text_table(rows), *notes]:
         print(line)
 
     about = page.machine(program)
     if arguments.output:
         with open(arguments.output, "w") as file:
             json.dump({"version": 2, "machine": about, "repetitions": arguments.repetitions, "batches": program.batches,
-                       "figures": figures, "notMeasured": failures, "rows": rows}, file, indent=1)
+                       "figures": figures, "notMeasured": failures, "agreement": list(agreement(figures)),
+                       "rows": rows}, file, indent=1)
     if arguments.page:
-        page.write(arguments.page, about, rows, figures, failures, time_text(program, figures, arguments))
+        page.write(arguments.page, about, rows, figures, notes, time_text(program, figures, arguments))
     compared = [*rows, *untargeted(rows, figures)]
     if arguments.write_baseline:
         with open(arguments.write_baseline, "w") as file:
