@@ -1,33 +1,20 @@
 #include "sim/ResetRequestFile.h"
 
+#include "mount/ResetKeyName.h"
+
 namespace Oru::Sim {
 
 namespace {
 
 using nlohmann::json;
 
-std::string escaped(std::string_view name) {
-  std::string result;
-  for (char const c : name) {
-    if (c == '%')
-      result += "%25";
-    else if (c == ',')
-      result += "%2C";
-    else
-      result += c;
-  }
-  return result;
-}
-
-}  // namespace
-
-std::string resetKeyOf(ResetTarget const& target) {
+char const* wordOf(ResetTarget::Type type) {
   using Type = ResetTarget::Type;
-  switch (target.type) {
+  switch (type) {
     case Type::chip:
-      return "chip," + escaped(target.slice) + ',' + escaped(target.chip);
+      return "chip";
     case Type::slice:
-      return "slice," + escaped(target.slice);
+      return "slice";
     case Type::all:
       return "allSlices";
     case Type::features:
@@ -36,11 +23,16 @@ std::string resetKeyOf(ResetTarget const& target) {
   return "featureAgents";
 }
 
+}  // namespace
+
+std::string resetKeyOf(ResetTarget const& target) {
+  return Mount::resetKeyName(wordOf(target.type), target.slice, target.chip);
+}
+
 std::string jsonOf(Step::Reset const& reset, double genTime) {
   using Type = ResetTarget::Type;
   auto const& target = reset.target;
-  std::string const key = resetKeyOf(target);
-  json request{{"type", key.substr(0, key.find(','))},
+  json request{{"type", wordOf(target.type)},
                {"cause", reset.cause},
                {"reason", reset.reason},
                {"genTime", genTime}};
