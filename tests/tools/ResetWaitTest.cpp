@@ -80,6 +80,19 @@ TEST_F(ResetWaitTest, SaysOfEachChipWhatBecameOfIt) {
                                    "chip Slice1/Chip1: reset, runs again after "));
 }
 
+TEST_F(ResetWaitTest, AChipThatIsPulledAfterItsResetIsNotBack) {
+  putUp("Slice1", "Chip1", 0, 200.0);
+  start({"chip", "Chip1", "--wait"});
+  putConfig("Slice1", "Chip1", 0, awaitRequest("chip,Slice1,Chip1") + 1.0, false);
+  ASSERT_FALSE(tree.remove({"hw", "config", "Slice1"}));
+  answer("chip,Slice1,Chip1");
+  EXPECT_EQ(1, program->wait());
+  EXPECT_EQ(
+      "requested: reset of chip Slice1/Chip1\n"
+      "chip Slice1/Chip1: reset, and taken away since\n",
+      program->output());
+}
+
 TEST_F(ResetWaitTest, AChipThatTheSliceHasNoMoreIsNotFound) {
   putUp("Slice1", "Chip1", 0, 200.0);
   putConfig("Slice1", "Former", 1, 100.0, false);
