@@ -6,10 +6,12 @@
 #include <type_traits>
 
 #include "tests/runtime/vunda/SampleNodes.h"
+#include "tests/support/MovedOut.h"
 
 namespace {
 
 using OruTest::Announcer;
+using OruTest::movedOut;
 using OruTest::Sample;
 using Vunda::makeNode;
 using Vunda::Node;
@@ -56,10 +58,10 @@ TEST(Ptr, ACopyIsOneMoreUser) {
 
 TEST(Ptr, AMoveIsNoUserAndLeavesNull) {
   auto node = makeNode<Sample>();
-  Ptr<Sample> moved = std::move(node);
-  EXPECT_EQ(node, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
-  Ptr<Node> const converted = std::move(moved);
-  EXPECT_EQ(moved, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
+  Ptr<Sample> moved = movedOut(node);
+  EXPECT_EQ(node, nullptr);
+  Ptr<Node> const converted = movedOut(moved);
+  EXPECT_EQ(moved, nullptr);
   EXPECT_EQ(converted->useCount(), 1U);
 }
 
@@ -140,8 +142,8 @@ TEST(Ptr, CastToAnotherTypeIsNullAndHoldsNothing) {
 
 TEST(Ptr, CastOfATemporaryHandsItsCountOver) {
   Ptr<Node> node = makeNode<Announcer>();
-  Ptr<Announcer> const cast = ptrCast<Announcer>(std::move(node));
-  EXPECT_EQ(node, nullptr);  // what a move leaves; NOLINT(bugprone-use-after-move)
+  Ptr<Announcer> const cast = ptrCast<Announcer>(movedOut(node));
+  EXPECT_EQ(node, nullptr);
   EXPECT_EQ(cast->useCount(), 1U);
 }
 
