@@ -10,13 +10,6 @@ oru_precompile(
   oru-program-headers
   HEADERS
   <nlohmann/json.hpp>
-  <functional>
-  <map>
-  <memory>
-  <optional>
-  <set>
-  <string>
-  <vector>
   LIBS
   nlohmann_json::nlohmann_json)
 target_compile_options(oru-program-headers PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1>)

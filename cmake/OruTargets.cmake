@@ -120,9 +120,10 @@ function(oru_add_program name)
 endfunction()
 
 # oru_precompile(<name> HEADERS <header>... [LIBS <target>...])
-# A set of headers of others that is parsed once for all targets that take it with
-# `target_precompile_headers(<target> REUSE_FROM <name>)`. They are compiled with the same options as
-# the set. The presets with Clang do without: they show that each source names what it uses.
+# A set of headers of others, and those of the standard library that most sources take. It is parsed
+# once for all targets that take it with `target_precompile_headers(<target> REUSE_FROM <name>)`. They
+# are compiled with the same options as the set. The presets with Clang do without: they show that each
+# source names what it uses.
 function(oru_precompile name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;LIBS")
   oru_refuse_arguments(oru_precompile ${name} "${arg_UNPARSED_ARGUMENTS}")
@@ -131,7 +132,8 @@ function(oru_precompile name)
   add_library(${name} OBJECT "${empty}")
   oru_configure_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBS})
-  target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
+  target_precompile_headers(
+    ${name} PRIVATE ${arg_HEADERS} <functional> <map> <memory> <optional> <set> <string> <vector>)
 endfunction()
 
 # oru_add_subdirectories(<folder>...): those of the folders that are part of this tree.
