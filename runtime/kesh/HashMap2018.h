@@ -43,6 +43,11 @@ class HashMap2018 {
    public:
     explicit Iterator(HashMap2018 const& map) noexcept : core_(operations, map.core_) {}
 
+    Iterator(Iterator const&) = default;
+    ~Iterator() {
+      if (HashMap2018Generic* const map = core_.leave()) dropStale(*map);
+    }
+
     explicit operator bool() const noexcept { return !core_.atEnd(); }
     Iterator& operator++() noexcept {
       core_.advance(operations);
@@ -50,11 +55,11 @@ class HashMap2018 {
     }
     // The key, readable even after the member was removed.
     Key const& key() const noexcept {
-      return static_cast<Member*>(core_.currNodeMaybeStale(operations))->key_;
+      return static_cast<Member*>(core_.currNodeMaybeStale())->key_;
     }
     // The member; null when it was removed since the iterator reached it.
     Member const* currNodeNonStale() const noexcept {
-      return static_cast<Member const*>(core_.currNodeNonStale(operations));
+      return static_cast<Member const*>(core_.currNodeNonStale());
     }
     // A copy of the value; a default value when the member was removed since.
     Value value() const {
@@ -168,6 +173,10 @@ class HashMap2018 {
     new (&member.key_) Key(std::move(key));
     new (&member.value_) Value(std::move(given));
     return nullptr;
+  }
+
+  [[gnu::noinline]] static void dropStale(HashMap2018Generic& core) noexcept {
+    core.dropStaleG(operations);
   }
 
   static Member& at(void* entry) noexcept { return *static_cast<Member*>(entry); }

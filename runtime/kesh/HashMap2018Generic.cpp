@@ -11,14 +11,14 @@
 
 namespace Kesh {
 
-constinit std::uint32_t HashMap2018Generic::noIndex[2] = {0, 0};
+constinit HashMap2018Generic::NoBlock HashMap2018Generic::noBlock;
 
 HashMap2018Generic::HashMap2018Generic(HashMap2018Generic const& other)
     : operations_(other.operations_) {
   if (other.live_ == 0) return;
-  allocate(other.capacity_);
+  allocate(other.capacity());
   if (operations_->trivial && other.size_ == other.live_) {
-    std::memcpy(block_, other.block_, blockBytes(capacity_));
+    std::memcpy(block_, other.block_, blockBytes(capacity()));
     size_ = live_ = other.size_;
     return;
   }
@@ -43,6 +43,7 @@ void HashMap2018Generic::copyEntries(HashMap2018Generic const& other) {
     index_[freeSlotFor(tag(from))] = ++size_;
     ++live_;
   }
+  endAt(size_);
 }
 
 HashMap2018Generic::HashMap2018Generic(HashMap2018Generic&& other) noexcept
@@ -54,7 +55,7 @@ void HashMap2018Generic::swap(HashMap2018Generic& other) noexcept {
   ORU_ASSERT(iterators_ == 0 && other.iterators_ == 0);
   std::swap(block_, other.block_);
   std::swap(index_, other.index_);
-  std::swap(capacity_, other.capacity_);
+  std::swap(indexMask_, other.indexMask_);
   std::swap(indexShift_, other.indexShift_);
   std::swap(size_, other.size_);
   std::swap(live_, other.live_);
@@ -67,17 +68,18 @@ void HashMap2018Generic::releaseMembers() noexcept {
     operations_->releaseValue(entry(position));
     operations_->releaseKey(entry(position));
   }
-  size_ = live_ = 0;
+  live_ = 0;
   emptyAllBuckets();
 }
 
 void HashMap2018Generic::emptyAllBuckets() noexcept {
   ORU_ASSERT(live_ == 0 && iterators_ == 0);
-  ::operator delete(block_);
-  block_ = nullptr;
-  index_ = noIndex;
-  indexShift_ = noShift;
-  capacity_ = size_ = 0;
+  freeBlock(block_);
+  block_ = reinterpret_cast<char*>(&noBlock);
+  index_ = noBlock.index;
+  indexMask_ = 1;
+  indexShift_ = 31;
+  size_ = 0;
 }
 
 std::uint32_t HashMap2018Generic::freeSlotFor(std::uint32_t tag) const noexcept {
@@ -93,11 +95,10 @@ std::uint32_t HashMap2018Generic::freeSlotInMoreRoom(std::uint32_t tag) {
 
 // Moves back every entry of the probe sequence that would not be found past the free slot.
 void HashMap2018Generic::closeGap(std::uint32_t slot) noexcept {
-  std::uint32_t const mask = slots(capacity_) - 1;
   std::uint32_t gap = slot;
   for (std::uint32_t at = next(slot); index_[at] != 0; at = next(at)) {
     std::uint32_t const wanted = home(tag(entry(index_[at] - 1)));
-    if (((at - wanted) & mask) < ((at - gap) & mask)) continue;
+    if (((at - wanted) & indexMask_) < ((at - gap) & indexMask_)) continue;
     index_[gap] = index_[at];
     gap = at;
   }
@@ -106,8 +107,9 @@ void HashMap2018Generic::closeGap(std::uint32_t slot) noexcept {
 
 // After removals, while nobody iterates: drops dead entries at the end, and all once they are many.
 void HashMap2018Generic::tidy() noexcept {
-  if (live_ == 0) size_ = 0;
-  while (size_ > 0 && !isLive(entry(size_ - 1))) --size_;
+  std::uint32_t end = live_ == 0 ? 0 : size_;
+  while (end > 0 && !isLive(entry(end - 1))) --end;
+  if (end != size_) endAt(end);
   if (tooManyAreDead()) compact();
 }
 
@@ -121,14 +123,14 @@ void HashMap2018Generic::compact() noexcept {
     kept += end - from;
     for (from = end; from < size_ && !isLive(entry(from));) ++from;
   }
-  size_ = kept;
+  endAt(kept);
 }
 
 // Moves the live entries from `from` to `end` down to `to`.
 void HashMap2018Generic::shiftRun(std::uint32_t to, std::uint32_t from,
                                   std::uint32_t end) noexcept {
   for (std::uint32_t at = from; at < end; ++at)
-    index_[slotOf(*operations_, at)] = at - from + to + 1;
+    index_[slotOf(tag(entry(at)), at)] = at - from + to + 1;
   if (operations_->trivial) {
     std::memmove(entry(to), entry(from), std::size_t{end - from} * operations_->entrySize);
     return;
@@ -147,13 +149,13 @@ void HashMap2018Generic::shiftEntry(void* to, void* from) const noexcept {
 
 void HashMap2018Generic::makeRoom() {
   bool const nobodyIterates = iterators_ == 0;
-  if (nobodyIterates && capacity_ != 0 && size_ - live_ >= capacity_ / 4) return compact();
-  moveToBlock(capacity_ == 0 ? firstCapacity : capacity_ * 2, nobodyIterates);
+  if (nobodyIterates && capacity() != 0 && size_ - live_ >= capacity() / 4) return compact();
+  moveToBlock(capacity() == 0 ? firstCapacity : capacity() * 2, nobodyIterates);
 }
 
 void HashMap2018Generic::reserve(std::uint32_t members) {
   std::uint32_t const needed = size_ - live_ + std::min(members, greatestCapacity + 1);
-  if (needed > capacity_)
+  if (needed > capacity())
     moveToBlock(std::bit_ceil(needed < firstCapacity ? firstCapacity : needed), iterators_ == 0);
 }
 
@@ -175,7 +177,8 @@ void HashMap2018Generic::moveToBlock(std::uint32_t capacity, bool squeeze) {
     }
     ++size_;
   }
-  ::operator delete(oldBlock);
+  endAt(size_);
+  freeBlock(oldBlock);
 }
 
 void HashMap2018Generic::allocate(std::uint32_t capacity) {
@@ -185,23 +188,15 @@ void HashMap2018Generic::allocate(std::uint32_t capacity) {
   }
   char* const memory = static_cast<char*>(::operator new(blockBytes(capacity)));
   block_ = memory;
-  index_ =
-      reinterpret_cast<std::uint32_t*>(memory + std::size_t{capacity} * operations_->entrySize);
-  capacity_ = capacity;
+  index_ = reinterpret_cast<std::uint32_t*>(memory + entryBytes(capacity));
+  tag(block_) = endTag;
+  indexMask_ = slots(capacity) - 1;
   indexShift_ = 32U - static_cast<std::uint32_t>(std::countr_zero(slots(capacity)));
   std::memset(index_, 0, indexBytes(capacity));
 }
 
-// The last iterator went: releases the keys that were kept for it, then tidies up what its removals
-// left.
-void HashMap2018Generic::dropStale() const noexcept {
-  auto* const self = const_cast<HashMap2018Generic*>(this);
-  while (stale_ != 0) {
-    void* const removed = entry(stale_ - 1);
-    self->stale_ = std::exchange(tag(removed), 0) & ~keptKeyBit;
-    if (!operations_->trivial) operations_->releaseKey(removed);
-  }
-  self->tidy();
+void HashMap2018Generic::freeBlock(char* block) noexcept {
+  if (block != reinterpret_cast<char*>(&noBlock)) ::operator delete(block);
 }
 
 void HashMap2018Generic::verify() const {
@@ -213,9 +208,10 @@ void HashMap2018Generic::verify() const {
     ORU_ASSERT(lookupNodeG(*operations_, keyIn(*operations_, member), tag(member)) == member);
   }
   ORU_ASSERT(living == live_);
-  ORU_ASSERT(size_ <= capacity_);
+  ORU_ASSERT(size_ <= capacity());
+  ORU_ASSERT(isEnd(entry(size_)));
   std::uint32_t indexed = 0;
-  for (std::uint32_t slot = 0; slot < slots(capacity_); ++slot) indexed += index_[slot] != 0;
+  for (std::uint32_t slot = 0; slot < slots(capacity()); ++slot) indexed += index_[slot] != 0;
   ORU_ASSERT(indexed == live_);
   std::uint32_t kept = 0;
   for (std::uint32_t at = stale_; at != 0; at = tag(entry(at - 1)) & ~keptKeyBit, ++kept) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "runtime/vunda/Assert.h"
 #include "runtime/vunda/Export.h"
 
 namespace Kesh {
@@ -30,19 +31,20 @@ namespace Kesh {
 // addressing, linear probing, at most a quarter full). An index slot holds an entry's position plus one,
 // zero when free:
 //
-//      entries   0:[tag A..] 1:[tag B..] 2:[ dead ] 3:[tag D..] | room            size 4, live 3
+//      entries   0:[tag A..] 1:[tag B..] 2:[ dead ] 3:[tag D..] 4:[end] | room     size 4, live 3
 //      index     [ 0 | 2 | 0 | 0 | 4 | 1 | 0 | 0 | ... ]                  4 slots per entry of room
 //
 // A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
-// An iterator is a position. Removing an entry frees its index slot (shifting back what probed past
-// it) and leaves a dead entry. Dead entries are squeezed out (`compact`) once there are more than
-// three for each that lives, and instead of growing when a quarter of the room is dead; but never
-// while an iterator lives, since that would move what positions mean: growth then keeps the
-// positions. As long as an iterator lives, the keys of removed entries are kept too, chained through
+// Behind the last entry stands a tag of its own, for which the block has room, so that a step of an
+// iteration looks at tags alone. An iterator is a position. Removing an entry frees its index slot
+// (shifting back what probed past it) and leaves a dead entry. Dead entries are squeezed out
+// (`compact`) once there are more than three for each that lives, and instead of growing when a
+// quarter of the room is dead; but never while an iterator lives, since that would move what
+// positions mean: growth then keeps the positions. As long as an iterator lives, the keys of removed entries are kept too, chained through
 // their tags (the second bit marks such a tag); the last iterator releases them.
 //
 // COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
-// removal: constant, amortised. Iteration: one test per entry. Memory: the entry, rounded up, plus
+// removal: constant, amortised. Iteration: one tag per entry. Memory: the entry, rounded up, plus
 // 16 bytes of index, over a fill of a half to one.
 //
 // What happens once per lookup, insertion, removal and step stands in this header and is given the
@@ -72,7 +74,7 @@ class ORU_EXPORT HashMap2018Generic {
   // The other collection is left empty; it must have no iterators.
   HashMap2018Generic(HashMap2018Generic&& other) noexcept;
   ~HashMap2018Generic() {
-    if (block_ != nullptr || iterators_ != 0) releaseMembers();
+    if (capacity() != 0 || iterators_ != 0) releaseMembers();
   }
   void swap(HashMap2018Generic& other) noexcept;
 
@@ -93,10 +95,11 @@ class ORU_EXPORT HashMap2018Generic {
     void* const found = find(of, key, wanted, slot);
     isNew = found == nullptr;
     if (!isNew) return found;
-    if (size_ == capacity_) slot = freeSlotInMoreRoom(wanted);
+    if (size_ == capacity()) slot = freeSlotInMoreRoom(wanted);
     void* const fresh = entry(of, size_);
     tag(fresh) = wanted;
     index_[slot] = ++size_;
+    tag(entry(of, size_)) = endTag;
     ++live_;
     return fresh;
   }
@@ -124,44 +127,65 @@ class ORU_EXPORT HashMap2018Generic {
       ++map_->iterators_;
       skipDead(of);
     }
-    Iterator(Iterator const& other) noexcept : map_(other.map_), position_(other.position_) {
+    Iterator(Iterator const& other) noexcept : map_(other.map_), offset_(other.offset_) {
       ++map_->iterators_;
     }
     Iterator& operator=(Iterator const&) = delete;
-    ~Iterator() {
-      if (--map_->iterators_ == 0 && map_->stale_ != 0) map_->dropStale();
+    // The iterator's end, which the typed face announces. When it was the last one, and keys were
+    // kept for it, it returns the collection, for dropStaleG.
+    [[nodiscard]] HashMap2018Generic* leave() const noexcept {
+      bool const staleKeys = --map_->iterators_ == 0 && map_->stale_ != 0;
+      return staleKeys ? const_cast<HashMap2018Generic*>(map_) : nullptr;
     }
 
-    bool atEnd() const noexcept { return position_ >= map_->size_; }
+    bool atEnd() const noexcept { return isEnd(standing()); }
+    // Goes on; it must not be at the end.
     void advance(Operations const& of) noexcept {
-      ++position_;
+      ORU_ASSERT(!atEnd());
+      offset_ += of.entrySize;
       skipDead(of);
     }
-    // The entry that the iterator stands on, not at the end; null when it was removed since.
-    void* currNodeNonStale(Operations const& of) const noexcept {
-      void* const entry = currNodeMaybeStale(of);
-      return isLive(entry) ? entry : nullptr;
-    }
+    // The entry that the iterator stands on; null when it was removed since, and at the end.
+    void* currNodeNonStale() const noexcept { return isLive(standing()) ? standing() : nullptr; }
     // The entry that the iterator stands on, not at the end, even when it was removed since: then
     // only its key may be read.
-    void* currNodeMaybeStale(Operations const& of) const noexcept {
-      return map_->entry(of, position_);
+    void* currNodeMaybeStale() const noexcept {
+      ORU_ASSERT(!atEnd());
+      return standing();
     }
 
    private:
     friend class HashMap2018Generic;
 
+    void* standing() const noexcept { return map_->block_ + offset_; }
     void skipDead(Operations const& of) noexcept {
-      while (position_ < map_->size_ && !isLive(map_->entry(of, position_))) ++position_;
+      while (!isLive(standing()) && !isEnd(standing())) offset_ += of.entrySize;
     }
 
     HashMap2018Generic const* map_;
-    std::uint32_t position_ = 0;
+    std::size_t offset_ = 0;  // in bytes: the position times the size of an entry
   };
 
   // Removes the member that an iterator stands on, as above; it must not be stale.
   void deleteCurrentG(Operations const& of, Iterator const& at, void* out) noexcept {
-    removeAt(of, slotOf(of, at.position_), at.position_, out);
+    void* const removed = at.standing();
+    auto const position = static_cast<std::uint32_t>(at.offset_ / of.entrySize);
+    freeSlot(slotOf(tag(removed), position));
+    of.takeValue(removed, out);
+    --live_;
+    keepKey(removed, position);
+  }
+
+  // Releases the keys that were kept for iterators, of which none is left, then tidies up what
+  // their removals left.
+  void dropStaleG(Operations const& of) noexcept {
+    while (stale_ != 0) {
+      void* const removed = entry(of, stale_ - 1);
+      stale_ = tag(removed) & ~keptKeyBit;
+      tag(removed) = 0;
+      of.releaseKey(removed);
+    }
+    tidy();
   }
 
  private:
@@ -170,15 +194,17 @@ class ORU_EXPORT HashMap2018Generic {
 
   static constexpr std::uint32_t liveBit = 0x80000000;
   static constexpr std::uint32_t keptKeyBit = 0x40000000;  // in the tag of a dead entry
+  static constexpr std::uint32_t endTag = 1;               // behind the last entry
   static constexpr std::uint32_t greatestCapacity = 0x20000000;
   static constexpr std::uint32_t firstCapacity = 4;
-  static constexpr std::uint32_t noShift = 31;
 
   static std::uint32_t& tag(void* entry) noexcept { return *static_cast<std::uint32_t*>(entry); }
   static bool isLive(void const* entry) noexcept {
-    return (*static_cast<std::uint32_t const*>(entry) & liveBit) != 0;
+    return __builtin_expect((*static_cast<std::uint32_t const*>(entry) & liveBit) != 0, 1);
   }
-
+  static bool isEnd(void const* entry) noexcept {
+    return *static_cast<std::uint32_t const*>(entry) == endTag;
+  }
   static bool isOccupied(void const* entry) noexcept {
     return (*static_cast<std::uint32_t const*>(entry) & (liveBit | keptKeyBit)) != 0;
   }
@@ -191,18 +217,22 @@ class ORU_EXPORT HashMap2018Generic {
     return static_cast<char const*>(entry) + of.keyOffset;
   }
   static std::uint32_t slots(std::uint32_t capacity) noexcept { return capacity * 4; }
+  // The entries that there is room for.
+  std::uint32_t capacity() const noexcept { return (indexMask_ + 1) / 4; }
   static std::size_t indexBytes(std::uint32_t capacity) noexcept {
     return std::size_t{slots(capacity)} * sizeof(std::uint32_t);
   }
+  // The entries, and the tag behind them.
+  std::size_t entryBytes(std::uint32_t capacity) const noexcept {
+    return std::size_t{capacity} * operations_->entrySize + sizeof(std::uint32_t);
+  }
   std::size_t blockBytes(std::uint32_t capacity) const noexcept {
-    return std::size_t{capacity} * operations_->entrySize + indexBytes(capacity);
+    return entryBytes(capacity) + indexBytes(capacity);
   }
   std::uint32_t home(std::uint32_t tag) const noexcept {
     return (tag * 0x9e3779b9U) >> indexShift_;
   }
-  std::uint32_t next(std::uint32_t slot) const noexcept {
-    return (slot + 1) & (slots(capacity_) - 1);
-  }
+  std::uint32_t next(std::uint32_t slot) const noexcept { return (slot + 1) & indexMask_; }
 
   // Follows a key's probe sequence from its home slot: to the slot that refers to its entry, which
   // is returned, or to the free one where it would be referred to, and null.
@@ -217,9 +247,9 @@ class ORU_EXPORT HashMap2018Generic {
   }
 
   // The slot that refers to a living entry.
-  [[gnu::always_inline]] std::uint32_t slotOf(Operations const& of,
+  [[gnu::always_inline]] std::uint32_t slotOf(std::uint32_t tag,
                                               std::uint32_t position) const noexcept {
-    std::uint32_t slot = home(tag(entry(of, position)));
+    std::uint32_t slot = home(tag);
     while (index_[slot] != position + 1) slot = next(slot);
     return slot;
   }
@@ -227,18 +257,23 @@ class ORU_EXPORT HashMap2018Generic {
   [[gnu::always_inline]] void removeAt(Operations const& of, std::uint32_t slot,
                                        std::uint32_t position, void* out) noexcept {
     void* const removed = entry(of, position);
-    index_[slot] = 0;
-    if (index_[next(slot)] != 0) closeGap(slot);
+    freeSlot(slot);
     of.takeValue(removed, out);
     --live_;
-    if (iterators_ != 0) {
-      tag(removed) = keptKeyBit | stale_;
-      stale_ = position + 1;
-      return;
-    }
+    if (iterators_ != 0) return keepKey(removed, position);
     tag(removed) = 0;
     of.releaseKey(removed);
     if (position + 1 == size_ || tooManyAreDead()) tidy();
+  }
+
+  void freeSlot(std::uint32_t slot) noexcept {
+    index_[slot] = 0;
+    if (index_[next(slot)] != 0) closeGap(slot);
+  }
+  // Of a removed entry: until the last iterator is gone.
+  void keepKey(void* removed, std::uint32_t position) noexcept {
+    tag(removed) = keptKeyBit | stale_;
+    stale_ = position + 1;
   }
 
   std::uint32_t freeSlotFor(std::uint32_t tag) const noexcept;
@@ -247,28 +282,39 @@ class ORU_EXPORT HashMap2018Generic {
   void makeRoom();
   void moveToBlock(std::uint32_t capacity, bool squeeze);
   void allocate(std::uint32_t capacity);
+  static void freeBlock(char* block) noexcept;
   bool tooManyAreDead() const noexcept { return size_ - live_ > 3 * live_ + firstCapacity; }
   void compact() noexcept;
   void tidy() noexcept;
-  void dropStale() const noexcept;
   void shiftEntry(void* to, void* from) const noexcept;
   void shiftRun(std::uint32_t to, std::uint32_t from, std::uint32_t end) noexcept;
   void copyEntries(HashMap2018Generic const& other);
   void releaseMembers() noexcept;
 
-  // The index of a collection without storage: free at every slot. Never written.
-  static std::uint32_t noIndex[2];
+  // Drops the entries from that one on.
+  void endAt(std::uint32_t position) noexcept {
+    size_ = position;
+    tag(entry(position)) = endTag;
+  }
+
+  // What a collection without storage has: nothing but the end, and an index that is free at every
+  // slot. Never written.
+  struct NoBlock {
+    std::uint32_t end = endTag;
+    std::uint32_t index[2] = {0, 0};
+  };
+  static NoBlock noBlock;
 
   Operations const* operations_;
-  char* block_ = nullptr;
-  std::uint32_t* index_ = noIndex;
-  std::uint32_t capacity_ = 0;
-  std::uint32_t indexShift_ = noShift;
-  std::uint32_t size_ = 0;  // entries in use, dead ones included
+  char* block_ = reinterpret_cast<char*>(&noBlock);
+  std::uint32_t* index_ = noBlock.index;
+  std::uint32_t indexMask_ = 1;    // slots of the index, minus one
+  std::uint32_t indexShift_ = 31;  // of a hash, to a slot
+  std::uint32_t size_ = 0;         // entries in use, dead ones included
   std::uint32_t live_ = 0;
   mutable std::uint32_t iterators_ = 0;
-  mutable std::uint32_t stale_ =
-      0;  // position plus one of the newest removed entry whose key is kept, 0 for none
+  // Position plus one of the newest removed entry whose key is kept, 0 for none.
+  std::uint32_t stale_ = 0;
 };
 
 }  // namespace Kesh

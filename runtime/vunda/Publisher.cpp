@@ -36,21 +36,29 @@ void Publisher::remove(Subscriber* subscriber) noexcept {
 }
 
 // Most nodes have one subscriber: its delivery is written out, since what a loop costs beside its
-// calls would be most of it.
-void Publisher::deliver(FieldId field, void const* key, void const* value) noexcept {
-  if (size_ != 1 || owner_->useCount() == 0) return notifyAll(field, key, value);
+// calls would be most of it. The subscriber comes as an argument, so that those of its callback
+// stand where they belong.
+void Publisher::deliverToOne(Subscriber* subscriber, FieldId field, void const* key,
+                             void const* value) noexcept {
+  if (owner_->useCount() == 0) return deliverToAll(field, key, value);
   owner_->incUse();
   ++delivering_;
-  slots_[0]->notify(this, field, key, value);
+  subscriber->notify(this, field, key, value);
   --delivering_;
   if (holes_ != 0) closeHolesIfOutermost();
   owner_->decUseImpl();
 }
 
-// There is a slot at least. An owner that publishes from its destructor is not counted any more.
-void Publisher::notifyAll(FieldId field, void const* key, void const* value) noexcept {
-  bool const kept = owner_->useCount() != 0;
-  if (kept) owner_->incUse();
+void Publisher::deliverToAll(FieldId field, void const* key, void const* value) noexcept {
+  // One that publishes from its destructor is not counted any more.
+  if (owner_->useCount() == 0) return notifyAll(field, key, value);
+  owner_->incUse();
+  notifyAll(field, key, value);
+  owner_->decUseImpl();
+}
+
+// There is a slot at least.
+inline void Publisher::notifyAll(FieldId field, void const* key, void const* value) noexcept {
   ++delivering_;
   std::size_t const standing = size_;
   std::size_t i = 0;
@@ -60,7 +68,6 @@ void Publisher::notifyAll(FieldId field, void const* key, void const* value) noe
   } while (++i != standing);
   --delivering_;
   if (holes_ != 0) closeHolesIfOutermost();
-  if (kept) owner_->decUseImpl();
 }
 
 void Publisher::closeHolesIfOutermost() noexcept {

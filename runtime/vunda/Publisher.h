@@ -61,7 +61,11 @@ class ORU_EXPORT Publisher {
   // the attribute is declared with (a String, a ResetKey, a counted pointer, ...), and stay valid
   // for the call only.
   void publishChange(FieldId field, void const* key, void const* value) {
-    if (size_ != 0) deliver(field, key, value);
+    if (size_ == 1) {
+      deliverToOne(slots_[0], field, key, value);
+    } else if (size_ != 0) {
+      deliverToAll(field, key, value);
+    }
   }
 
   // Announces a change of one attribute, unless the old and the new value are equal. Returns
@@ -102,10 +106,12 @@ class ORU_EXPORT Publisher {
  private:
   static constexpr std::uint32_t inlineCapacity = 2;
 
-  void deliver(FieldId field, void const* key, void const* value) noexcept;
-  void notifyAll(FieldId field, void const* key, void const* value) noexcept;
+  void deliverToOne(Subscriber* subscriber, FieldId field, void const* key,
+                    void const* value) noexcept;
+  void deliverToAll(FieldId field, void const* key, void const* value) noexcept;
+  [[gnu::always_inline]] void notifyAll(FieldId field, void const* key, void const* value) noexcept;
   void remove(Subscriber* subscriber) noexcept;
-  void closeHolesIfOutermost() noexcept;
+  [[gnu::noinline]] void closeHolesIfOutermost() noexcept;
   void grow();
 
   Node const* owner_;

@@ -333,6 +333,21 @@ TEST(HashMap2018, MembersInsertedDuringAnIterationAreVisitedByIt) {
   EXPECT_EQ(visited, 51);
 }
 
+TEST(HashMap2018, AnIteratorAtTheEndStandsOnWhatIsInsertedThen) {
+  Names map;
+  auto it = map.iterator();
+  EXPECT_FALSE(it);
+  for (int i = 0; i < 20; ++i) {
+    map.newMember(named(i), i);
+    ASSERT_TRUE(it);
+    EXPECT_EQ(it.value(), i);
+    ++it;
+    ASSERT_FALSE(it);
+  }
+  EXPECT_TRUE(map.deleteMember(named(19)));
+  EXPECT_FALSE(it);
+}
+
 // --- 6. allocation ------------------------------------------------------------------------------
 
 TEST(HashMap2018, AllocatesNothingUntilItsFirstInsertion) {
@@ -436,6 +451,18 @@ TEST(HashMap2018DeathTest, MustOutliveItsIterators) {
     map.reset();
   };
   EXPECT_DEATH(dieIterated(), "Assertion `iterators_ == 0' failed");
+}
+
+TEST(HashMap2018DeathTest, AnIteratorDoesNotGoBeyondTheEnd) {
+  Names const map = abcd();
+  Names const none;
+  EXPECT_DEATH(++none.iterator(), "Assertion `!atEnd\\(\\)' failed");
+  auto it = map.iterator();
+  while (it) ++it;
+  EXPECT_EQ(it.currNodeNonStale(), nullptr);
+  EXPECT_EQ(it.value(), 0);
+  EXPECT_DEATH(++it, "Assertion `!atEnd\\(\\)' failed");
+  EXPECT_DEATH(it.key(), "Assertion `!atEnd\\(\\)' failed");
 }
 
 TEST(HashMap2018DeathTest, CannotBeAssignedToWhileItIsIterated) {
