@@ -1,7 +1,9 @@
 // Notification of 1, 8 and 64 subscribers, subscription, and a subscriber that removes itself. The
 // figure is per notification of all subscribers, and per subscription with its end.
 
+#include <array>
 #include <boost/signals2/signal.hpp>
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -86,10 +88,9 @@ void addSubscription() {
   });
 }
 
-// Eight subscribers, of which the fourth goes when it is called, or stays. Metered is the delivery;
-// the one that went comes back between two of them.
-constexpr std::size_t some = 8;
-constexpr std::size_t leaver = 3;
+// A delivery is as short as a turn of the meter, and whoever went would have to come back before the
+// next one: there are as many sources as deliveries, each with its eight subscribers, and the meter
+// runs once, while all deliver.
 
 struct LeavingSlot : Vunda::Subscriber {
   explicit LeavingSlot(Source& from) : source(from) {}
@@ -102,28 +103,31 @@ void leave(Vunda::Publisher*, Vunda::Subscriber* slot, FieldId, void const*, voi
   self->unsubscribeFrom(self->source);
 }
 
-void stay(Vunda::Publisher*, Vunda::Subscriber*, FieldId, void const*, void const*) noexcept {
-  ++calls;
-}
+// Of eight subscribers the fourth is told by `toFourth`: it goes when it is called, or stays.
+struct Audience {
+  explicit Audience(Vunda::Subscriber::Callback toFourth) : fourth(*source) {
+    for (auto& slot : before) slot.subscribeTo(source, &countCall);
+    fourth.subscribeTo(source, toFourth);
+    for (auto& slot : behind) slot.subscribeTo(source, &countCall);
+  }
+  ~Audience() {
+    for (auto& slot : before) slot.unsubscribeFrom(source);
+    if (fourth.subscribed()) fourth.unsubscribeFrom(source);
+    for (auto& slot : behind) slot.unsubscribeFrom(source);
+  }
+  Vunda::Ptr<Source> const source = Vunda::makeNode<Source>();
+  std::array<Vunda::Subscriber, 3> before;
+  LeavingSlot fourth;
+  std::array<Vunda::Subscriber, 4> behind;
+};
 
-Body delivery(Vunda::Subscriber::Callback callback) {
-  auto const all = std::make_shared<Subscribers>(some);
-  auto const slot = std::make_shared<LeavingSlot>(*all->source);
-  return [=](Meter& meter, std::uint64_t n) {
-    all->slots[leaver].unsubscribeFrom(all->source);
-    for (std::uint64_t i = 0; i < n; ++i) {
-      // The order of the others is kept: those behind the leaver come behind it again.
-      slot->subscribeTo(all->source, callback);
-      for (std::size_t behind = leaver + 1; behind < some; ++behind) {
-        all->slots[behind].unsubscribeFrom(all->source);
-        all->slots[behind].subscribeTo(all->source, &countCall);
-      }
-      meter.start();
-      all->source->change();
-      meter.stop();
-      if (slot->subscribed()) slot->unsubscribeFrom(all->source);
-    }
-    all->slots[leaver].subscribeTo(all->source, &countCall);
+Body delivery(Vunda::Subscriber::Callback toFourth) {
+  return [toFourth](Meter& meter, std::uint64_t n) {
+    std::deque<Audience> audiences;
+    for (std::uint64_t i = 0; i < n; ++i) audiences.emplace_back(toFourth);
+    meter.start();
+    for (Audience& audience : audiences) audience.source->change();
+    meter.stop();
   };
 }
 
@@ -131,8 +135,8 @@ struct RegisterNotifications {
   RegisterNotifications() {
     for (std::size_t const count : {1U, 8U, 64U}) addNotification(count);
     addSubscription();
-    Register("self-removal/8/ours", 1000, [] { return delivery(&leave); });
-    Register("self-removal/8/plain", 1000, [] { return delivery(&stay); });
+    Register("self-removal/8/ours", 100, [] { return delivery(&leave); });
+    Register("self-removal/8/plain", 100, [] { return delivery(&countCall); });
   }
 } const registerNotifications;
 
