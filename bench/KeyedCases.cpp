@@ -1,6 +1,6 @@
 // The keyed collection, name to pointer, beside the hash tables that one would use instead. The
-// figure is per member: per hit, per miss, per removal with re-insertion, per step of an iteration,
-// per removal while iterating.
+// figure is per member: per hit (of the very string that was inserted, and of an equal one), per miss,
+// per removal with re-insertion, per step of an iteration, per removal while iterating.
 
 #include <absl/container/flat_hash_map.h>
 
@@ -37,10 +37,13 @@ struct Names {
   explicit Names(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
       present.push_back(Key(memberName(i)));
+      equal.push_back(Key(memberName(i)));
       absent.push_back(Key("x" + memberName(i)));
     }
   }
-  std::vector<Key> present, absent;
+  std::vector<Key> present;
+  std::vector<Key> equal;  // to those that are present, each of an origin of its own
+  std::vector<Key> absent;
 };
 
 // Each table as the cases see it: `value` is what every member holds.
@@ -154,19 +157,22 @@ Body erasingAll(std::shared_ptr<Filled<Who>> const& filled, std::size_t members)
 }
 
 template <class Who>
+void addLookups(char const* what, std::size_t size, char const* who,
+                std::vector<typename Who::Key> Names<typename Who::Key>::*keys) {
+  addRounds<Who>(what, size, who, [keys](Filled<Who>& in) {
+    for (auto const& key : in.*keys) {
+      bool found = in.table.find(key);
+      hide(found);
+    }
+  });
+}
+
+template <class Who>
 void add(std::size_t size, char const* who) {
-  addRounds<Who>("hit", size, who, [](Filled<Who>& in) {
-    for (auto const& key : in.present) {
-      bool found = in.table.find(key);
-      hide(found);
-    }
-  });
-  addRounds<Who>("miss", size, who, [](Filled<Who>& in) {
-    for (auto const& key : in.absent) {
-      bool found = in.table.find(key);
-      hide(found);
-    }
-  });
+  using Keys = Names<typename Who::Key>;
+  addLookups<Who>("hit", size, who, &Keys::present);
+  addLookups<Who>("hit-equal", size, who, &Keys::equal);
+  addLookups<Who>("miss", size, who, &Keys::absent);
   addRounds<Who>("churn", size, who, [](Filled<Who>& in) {
     for (auto const& key : in.present) {
       in.table.erase(key);

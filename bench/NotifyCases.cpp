@@ -69,7 +69,8 @@ void addNotification(std::size_t count) {
   });
 }
 
-void addSubscription() {
+// The last to come is the first to go.
+void addSubscriptionOfOne() {
   Register("subscribe/1/ours", 1000, []() -> Body {
     auto const source = Vunda::makeNode<Source>();
     return metered([source](std::uint64_t n) {
@@ -84,6 +85,40 @@ void addSubscription() {
     auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
     return metered([signal](std::uint64_t n) {
       for (std::uint64_t i = 0; i < n; ++i) signal->connect([](int) { ++calls; }).disconnect();
+    });
+  });
+}
+
+// One of nine goes, which is always the fourth in their order, and comes back as the last: the first
+// three stay, the others go in turn.
+template <class Renew>
+Body renewingFourth(Renew renew) {
+  return metered([renew](std::uint64_t n) {
+    std::size_t fourth = 3;
+    for (std::uint64_t i = 0; i < n; ++i) {
+      renew(fourth);
+      fourth = fourth == 8 ? 3 : fourth + 1;
+    }
+  });
+}
+
+void addSubscriptionAmongEight() {
+  Register("subscribe/8/ours", 1000, []() -> Body {
+    auto const subscribers = std::make_shared<Subscribers>(9);
+    return renewingFourth([subscribers](std::size_t index) {
+      auto& slot = subscribers->slots[index];
+      slot.unsubscribeFrom(subscribers->source);
+      slot.subscribeTo(subscribers->source, &countCall);
+    });
+  });
+  Register("subscribe/8/boost", 1000, []() -> Body {
+    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
+    auto const connect = [signal] { return signal->connect([](int) { ++calls; }); };
+    auto const connections = std::make_shared<std::vector<boost::signals2::connection>>();
+    for (int i = 0; i < 9; ++i) connections->push_back(connect());
+    return renewingFourth([=](std::size_t index) {
+      (*connections)[index].disconnect();
+      (*connections)[index] = connect();
     });
   });
 }
@@ -134,7 +169,8 @@ Body delivery(Vunda::Subscriber::Callback toFourth) {
 struct RegisterNotifications {
   RegisterNotifications() {
     for (std::size_t const count : {1U, 8U, 64U}) addNotification(count);
-    addSubscription();
+    addSubscriptionOfOne();
+    addSubscriptionAmongEight();
     Register("self-removal/8/ours", 100, [] { return delivery(&leave); });
     Register("self-removal/8/plain", 100, [] { return delivery(&countCall); });
   }
