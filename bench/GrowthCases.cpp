@@ -1,9 +1,11 @@
 // How the cost of one event grows with what stands around it. One chip of the first slice is
 // withdrawn and published again, or one more slice is inserted; around it grow, one at a time, the
-// other slices, the chips of its own slice, its ports, the requests of the same requester, and the
-// idle chips of another slice. The figure is per event; with the ports, per
-// port of a publication or withdrawal.
+// other slices, the published chips of its own slice (up to as many as there are device ids), its
+// ports, the requests of the same requester, and the idle chips of its own slice. The figure is per
+// event; with the ports, per port of a publication or withdrawal. A case is named
+// "growth.event/what grows/how many".
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -22,7 +24,7 @@ using Vunda::Ptr, Vunda::String;
 
 struct Surroundings {
   int slices = 4;
-  int chips = 4;
+  int chips = 4;  // that are published, the one in question among them
   int ports = 8;
   int requests = 4;
   int idle = 4;
@@ -31,32 +33,39 @@ struct Surroundings {
 class GrowingDevice {
  public:
   explicit GrowingDevice(Surroundings const& around)
-      : board_(LibraryDevice::makeBoard(0, around.chips, around.ports, &deviceId)),
-        another_(LibraryDevice::makeBoard(around.slices, 1, around.ports, &otherDeviceId)),
+      : chips_(static_cast<std::size_t>(around.chips)),
+        board_(LibraryDevice::makeBoard(0, around.chips + around.idle, around.ports, deviceIds())),
+        another_(LibraryDevice::makeBoard(around.slices, 1, around.ports, &noDevice)),
         request_(makeRequest(board_.chips[0]->name())) {
     device_.insert(board_);
     config_ = device_.configOf(board_, 0);
-    device_.insert(LibraryDevice::makeBoard(1, around.idle, 0, &otherDeviceId));
-    for (int slice = 2; slice < around.slices; ++slice)
-      device_.insert(LibraryDevice::makeBoard(slice, 1, 0, &otherDeviceId));
+    for (std::size_t chip = 1; chip < chips_; ++chip)
+      board_.chips[chip]->genTimeIs(device_.configOf(board_, chip)->genTime());
+    for (int slice = 1; slice < around.slices; ++slice)
+      device_.insert(LibraryDevice::makeBoard(slice, 1, 0, &noDevice));
     for (int i = 0; i < around.requests; ++i) makeRequest(String("Absent" + std::to_string(i)));
   }
 
   void publish() { board_.chips[0]->genTimeIs(config_->genTime()); }
   void reset() { request_->genTimeIs(Kesh::System::currentTime()); }
-  bool isPublished() const { return device_.system().chipInfo().size() == 1; }
+  bool isPublished() const { return device_.system().chipInfo().size() == chips_; }
   void insertAnother() { device_.insert(another_); }
   void removeAnother() { device_.remove(another_); }
 
  private:
-  // Device ids run in a circle; that of the chip in question is nobody else's.
-  static int otherDeviceId(int chip) { return chip % 63; }
-  static int deviceId(int chip) { return chip == 0 ? 63 : otherDeviceId(chip); }
+  static int noDevice(int) { return DeviceId::null; }
+  // Those that are published have an id each, the others none.
+  LibraryDevice::DeviceIds deviceIds() const {
+    return [chips = static_cast<int>(chips_)](int chip) {
+      return chip < chips ? chip : noDevice(chip);
+    };
+  }
 
   Ptr<ResetEntry> makeRequest(String const& chip) {
     return device_.request(ResetKey(ResetType::chip, chip, String(sliceName(0))));
   }
 
+  std::size_t const chips_;
   LibraryDevice device_;
   LibraryDevice::Board const board_, another_;
   Ptr<ResetEntry> const request_;
@@ -92,11 +101,15 @@ void add(std::string const& name, Event event, int parts, Surroundings const& ar
   });
 }
 
+// Every device id, the null id apart.
+constexpr int mostChips = DeviceId::null;
+
 void addGrowing(std::string const& what, Event event, std::string const& grows,
                 int Surroundings::*member) {
   for (int const factor : {1, 10, 100}) {
     Surroundings around;
     around.*member *= factor;
+    around.chips = std::min(around.chips, mostChips);
     int const count = around.*member;
     bool const perPort = grows == "ports" && event != Event::insertion;
     add(what + "/" + grows + "/" + std::to_string(count), event, perPort ? count : 1, around);

@@ -30,10 +30,10 @@ def theirs(row):
 
 
 def text_table(rows):
-    yield (f"{'what':34} {'mode':12} {'case':26} {'ours':>10} {'against':12} {'theirs':>10} {'ratio':>8}"
+    yield (f"{'what':34} {'mode':12} {'case':31} {'ours':>10} {'against':12} {'theirs':>10} {'ratio':>8}"
            "  target    met")
     for one in rows:
-        yield (f"{one['what']:34} {one['mode']:12} {one['name']:26} {number(one['figure']):>10}"
+        yield (f"{one['what']:34} {one['mode']:12} {one['name']:31} {number(one['figure']):>10}"
                f" {one['against'] or '':12} {number(theirs(one)):>10} {one['ratio']:8.3g}  {one['target']:9}"
                f" {'yes' if one['met'] else 'NO'}")
     yield summary(rows)
@@ -83,7 +83,7 @@ def growth(figures):
 
 
 def growth_table(grown):
-    yield "| event | what grows | once | ten times | a hundred times | last to first |"
+    yield "| event | what grows | first | second | last | last to first |"
     yield "| --- | --- | ---: | ---: | ---: | ---: |"
     for event in EVENTS:
         for dimension in DIMENSIONS:
