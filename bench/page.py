@@ -29,7 +29,16 @@ def theirs(row):
     return row["peer"] if row["floor"] is None else row["floor"]
 
 
+def text_figures(figures):
+    for mode, cases in figures.items():
+        for name, figure in sorted(cases.items()):
+            yield f"{mode:12} {name:42} {number(figure):>10}"
+
+
 def text_table(rows):
+    if not rows:
+        yield "no target holds any of these"
+        return
     yield (f"{'what':34} {'mode':12} {'case':31} {'ours':>10} {'against':12} {'theirs':>10} {'ratio':>8}"
            "  target    met")
     for one in rows:
@@ -125,7 +134,7 @@ def replaced(text, part, lines):
     begin, end = f"<!-- {part}: written by scripts/bench -->", f"<!-- end of {part} -->"
     before, found, rest = text.partition(begin)
     if not found or end not in rest:
-        raise ValueError(f"performance.md lacks the marks of {part}")
+        raise RuntimeError(f"performance.md lacks the marks of {part}")
     return before + begin + "\n\n" + "\n".join(lines) + "\n\n" + end + rest.partition(end)[2]
 
 

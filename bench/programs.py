@@ -18,6 +18,11 @@ import time
 SLICES, CHIPS, PORTS = 16, 4, 64
 STARTS = 40
 
+SIZE = f"{SLICES}x{CHIPS}x{PORTS}"
+SPAWN_FIGURES = ["program.spawn/1/ours", "program.spawn/1/floor"]
+BOOT_FIGURES = [f"program.boot/{SIZE}/ours", f"program.boot/{SIZE}/floor", f"program.memory/{SIZE}/ours"]
+FIGURES = [*SPAWN_FIGURES, *BOOT_FIGURES]
+
 
 @contextlib.contextmanager
 def memory_folder():
@@ -83,7 +88,7 @@ def spawn_times(programs, tools):
                       for i in range(STARTS)]
         os.close(pipe)
     ours, floor = zip(*delays[1:])  # the first ones wait until the launchers are ready
-    return {"program.spawn/1/ours": statistics.median(ours), "program.spawn/1/floor": statistics.median(floor)}
+    return dict(zip(SPAWN_FIGURES, [statistics.median(ours), statistics.median(floor)]))
 
 
 # ---- the boot of a chassis
@@ -157,9 +162,7 @@ def boot(programs, tools):
             wait_until(lambda: len(list(published.glob("*.json"))) == SLICES * CHIPS, "all chips are published")
             spent, memory = processor_time(agent.pid), resident(agent.pid)
             floor = parse_and_write(tree, first_status, folder, tools)
-    size = f"{SLICES}x{CHIPS}x{PORTS}"
-    return {f"program.boot/{size}/ours": spent, f"program.boot/{size}/floor": floor,
-            f"program.memory/{size}/ours": memory}
+    return dict(zip(BOOT_FIGURES, [spent, floor, memory]))
 
 
 def parse_and_write(tree, first_status, folder, tools):
@@ -181,9 +184,15 @@ def parse_and_write(tree, first_status, folder, tools):
     return int(run.stdout)
 
 
-def measure(programs, tools):
-    """Nanoseconds, and MiB of memory."""
-    programs, tools = pathlib.Path(programs), pathlib.Path(tools)
+def boot_medians(programs, tools):
     boots = [boot(programs, tools) for _ in range(5)]
-    return {**spawn_times(programs, tools),
-            **{name: statistics.median(one[name] for one in boots) for name in boots[0]}}
+    return {name: statistics.median(one[name] for one in boots) for name in BOOT_FIGURES}
+
+
+def measure(programs, tools, names):
+    """Nanoseconds, and MiB of memory, of those of FIGURES that are named."""
+    figures = {}
+    for measured, take in (BOOT_FIGURES, boot_medians), (SPAWN_FIGURES, spawn_times):
+        if not set(measured).isdisjoint(names):
+            figures.update(take(pathlib.Path(programs), pathlib.Path(tools)))
+    return {name: figures[name] for name in names}

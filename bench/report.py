@@ -115,12 +115,13 @@ def is_checked(name, targeted):
 
 
 def parse():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser = argparse.ArgumentParser(prog="bench", usage="see scripts/bench --help", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", help="the benchmark program")
     parser.add_argument("--lttng", metavar="PROGRAM", help="the program that measures LTTng-UST, in the time mode only")
     parser.add_argument("--programs", metavar="FOLDER", help="where oru-agent and oru-launcher are, to measure them too, "
                         "in the time mode only")
-    parser.add_argument("--filter", default="*", help="cases by name, with * and ? (default: all)")
+    parser.add_argument("--filter", metavar="PATTERN", default="*", help="figures by name, with * and ? (default: all)")
     parser.add_argument("--mode", choices=["instructions", "time", "both"], default="both")
     parser.add_argument("--repetitions", type=int, default=9, help="of the time mode (default: 9)")
     parser.add_argument("--output", help="the machine-readable report")
@@ -130,40 +131,62 @@ def parse():
                              "when a ratio is more than 10 %% worse than in this file")
     parser.add_argument("--write-baseline", metavar="BASELINE", help="write what --check measures to this file")
     arguments = parser.parse_args()
-    if arguments.page and (arguments.mode != "both" or arguments.filter != "*"):
-        parser.error("--page wants all figures: neither --mode nor --filter goes with it")
+    if (arguments.page or arguments.check or arguments.write_baseline) and (
+            arguments.mode != "both" or arguments.filter != "*"):
+        parser.error("a page, a check and a baseline want all their figures: neither --mode nor --filter goes with them")
+    if arguments.repetitions < 2:
+        parser.error("--repetitions: a median is of two at least")
     if arguments.check or arguments.write_baseline:
         arguments.mode = "instructions"
     return arguments
+
+
+def matching(names, arguments):
+    return [name for name in names if fnmatch.fnmatchcase(name, arguments.filter)]
 
 
 def held(targets, names):
     return {name for _, *both in pairs(targets, names) for name in both}
 
 
-def measure(program, chosen, targeted, arguments):
+def counted_cases(program, targets, arguments):
+    names = matching(program.operations, arguments)
+    if not arguments.check and not arguments.write_baseline:
+        return names
+    targeted = held(targets, names)
+    return [name for name in names if is_checked(name, targeted)]
+
+
+def timed_cases(program, targets, arguments):
+    """What the filter asks for; without one, what has a target, growth apart, and every trace record."""
+    names = matching(program.operations, arguments)
+    if arguments.filter != "*":
+        return names
+    targeted = held(targets, names)
+    return [name for name in names
+            if name.startswith("record.") or (name in targeted and not name.startswith("growth."))]
+
+
+def measure(program, targets, arguments):
     """The figures by mode and name, and what could not be measured, in words."""
     figures, failures = {}, []
     if arguments.mode != "time":
-        print(f"counting the instructions of {len(chosen)} cases", file=sys.stderr)
-        figures["instructions"] = program.instructions(chosen)
-        figures["count"] = program.counted(sorted(program.counts))
+        cases = counted_cases(program, targets, arguments)
+        print(f"counting the instructions of {len(cases)} cases", file=sys.stderr)
+        figures["instructions"] = program.instructions(cases)
+        figures["count"] = program.counted(matching(sorted(program.counts), arguments))
     if arguments.mode != "instructions":
-        timed = {name for name in targeted if name in chosen and not name.startswith("growth.")}
-        timed = sorted(timed.union(name for name in chosen if name.startswith("record.")))
-        print(f"timing {len(timed)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
-        figures["time"] = program.times(timed, arguments.repetitions)
-        if arguments.lttng:
-            try:
-                figures["time"].update(lttng_times(arguments))
-            except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
-                failures.append(f"LTTng-UST: {error}")
-        if arguments.programs:
-            print("measuring the programs", file=sys.stderr)
-            try:
-                figures["program"] = programs.measure(arguments.programs, os.path.dirname(arguments.program))
-            except Exception as error:  # whatever goes wrong there, the other figures are not to be lost
-                failures.append(f"the programs: {type(error).__name__}: {error}")
+        cases = timed_cases(program, targets, arguments)
+        print(f"timing {len(cases)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
+        figures["time"] = program.times(cases, arguments.repetitions)
+        try:
+            figures["time"].update(lttng_times(arguments))
+        except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
+            failures.append(f"LTTng-UST: {error}")
+        try:
+            figures["program"] = program_figures(arguments)
+        except Exception as error:  # whatever goes wrong there, the other figures are not to be lost
+            failures.append(f"the programs: {type(error).__name__}: {error}")
     return figures, failures
 
 
@@ -176,28 +199,41 @@ def time_text(program, figures, arguments):
 
 
 def lttng_times(arguments):
+    tracer = Program(arguments.lttng) if arguments.lttng else None
+    cases = matching(tracer.operations, arguments) if tracer else []
+    if not cases:
+        return {}
     with lttng_session.session():
-        tracer = Program(arguments.lttng)
-        return tracer.times(tracer.operations, arguments.repetitions)
+        return tracer.times(cases, arguments.repetitions)
+
+
+def program_figures(arguments):
+    names = matching(programs.FIGURES, arguments) if arguments.programs else []
+    if names:
+        print("measuring the programs", file=sys.stderr)
+    return programs.measure(arguments.programs, os.path.dirname(arguments.program), names)
+
+
+def load(path):
+    with open(path) as file:
+        return json.load(file)
 
 
 def main():
     arguments = parse()
-    with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "targets.json")) as file:
-        targets = json.load(file)
+    targets = load(os.path.join(os.path.dirname(os.path.abspath(__file__)), "targets.json"))
+    baseline = load(arguments.check) if arguments.check else None
     program = Program(arguments.program)
-    chosen = [name for name in program.operations if fnmatch.fnmatchcase(name, arguments.filter)]
-    if arguments.check or arguments.write_baseline:
-        chosen = [name for name in chosen if is_checked(name, held(targets, chosen))]
-    if not chosen:
-        sys.exit(f"bench: no case matches {arguments.filter}")
 
-    figures, failures = measure(program, chosen, held(targets, chosen), arguments)
+    figures, failures = measure(program, targets, arguments)
+    if not failures and not any(figures.values()):
+        sys.exit(f"bench: {arguments.filter} matches nothing that is measured in mode {arguments.mode}")
     measured = {name for mode in figures.values() for name in mode}
     rows = [row(*pair, figures[pair[0]["mode"]]) for pair in pairs(targets, measured)
             if pair[1] in figures.get(pair[0]["mode"], {})]
     notes = [*agreement(figures), *page.not_measured(failures)]
-    for line in [*page.text_table(rows), *notes]:
+    listed = page.text_figures(figures) if arguments.filter != "*" else []
+    for line in [*listed, *page.text_table(rows), *notes]:
         print(line)
 
     about = page.machine(program)
@@ -214,8 +250,7 @@ def main():
             json.dump(ratios(compared), file, indent=1)
             file.write("\n")
     if arguments.check:
-        with open(arguments.check) as file:
-            worse = list(worsened(json.load(file), compared))
+        worse = list(worsened(baseline, compared))
         if worse:
             sys.exit("bench: worse than the baseline by more than 10 %:\n  " + "\n  ".join(worse))
         print("no ratio is more than 10 % worse than the baseline")
@@ -224,4 +259,7 @@ def main():
 
 
 if __name__ == "__main__":
-    main()
+    try:
+        main()
+    except (OSError, RuntimeError, subprocess.CalledProcessError) as failure:
+        sys.exit(f"bench: {failure}")
