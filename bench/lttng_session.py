@@ -2,12 +2,15 @@
 are never written out, as a flight recorder has them."""
 
 import contextlib
+import os
 import subprocess
 import time
 
 
 def run(*command):
-    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+    done = subprocess.run(command, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise RuntimeError(f"{' '.join(command)}: {done.stderr.strip()}")
 
 
 def answers():
@@ -23,21 +26,30 @@ def wait_until_it_answers(daemon):
 
 
 @contextlib.contextmanager
-def session():
+def daemon():
     """Runs the session daemon for as long as the context lasts, unless one runs already."""
-    name = "oru-bench"
-    daemon = None
-    if not answers():
-        daemon = subprocess.Popen(["lttng-sessiond", "--no-kernel", "--quiet"])
-        wait_until_it_answers(daemon)
+    if answers():
+        yield
+        return
+    process = subprocess.Popen(["lttng-sessiond", "--no-kernel", "--quiet"])
     try:
-        run("lttng", "create", name, "--snapshot")
-        run("lttng", "enable-channel", "--userspace", "--session", name, "--overwrite", "ring")
-        run("lttng", "enable-event", "--userspace", "--session", name, "--channel", "ring", "oru_bench:*")
-        run("lttng", "start", name)
+        wait_until_it_answers(process)
         yield
     finally:
-        subprocess.run(["lttng", "destroy", name], capture_output=True)
-        if daemon:
-            daemon.terminate()
-            daemon.wait()
+        process.terminate()
+        process.wait()
+
+
+@contextlib.contextmanager
+def session():
+    """A session of this process's own: what others trace is left alone."""
+    name = f"oru-bench-{os.getpid()}"
+    with daemon():
+        run("lttng", "create", name, "--snapshot")
+        try:
+            run("lttng", "enable-channel", "--userspace", "--session", name, "--overwrite", "ring")
+            run("lttng", "enable-event", "--userspace", "--session", name, "--channel", "ring", "oru_bench:*")
+            run("lttng", "start", name)
+            yield
+        finally:
+            run("lttng", "destroy", name)

@@ -34,8 +34,8 @@ def memory_folder():
 
 
 @contextlib.contextmanager
-def running(*command):
-    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def running(*command, stdout=subprocess.DEVNULL):
+    process = subprocess.Popen(command, stdout=stdout, stderr=subprocess.DEVNULL)
     try:
         yield process
     finally:
@@ -58,6 +58,15 @@ def put(path, value):
 
 
 # ---- from the rename of an entry to the start of the process
+
+
+@contextlib.contextmanager
+def bare_launcher(tools, folder, *command):
+    """It only sees what is renamed after it has begun to watch, which it tells."""
+    with running(tools / "oru-bench-launcher", folder, *command, stdout=subprocess.PIPE) as process, process.stdout:
+        if not select.select([process.stdout], [], [], 10)[0] or process.stdout.readline() != b"ready\n":
+            raise RuntimeError("oru-bench-launcher is not ready")
+        yield
 
 
 def start_delay(folder, pipe, name):
@@ -83,11 +92,11 @@ def spawn_times(programs, tools):
         entries.mkdir(parents=True)
         pipe = os.open(pipe_name, os.O_RDWR)
         with running(programs / "oru-launcher", "--tree", tree, "--config", folder / "config.json"), \
-                running(tools / "oru-bench-launcher", bare, *stamp):
+                bare_launcher(tools, bare, *stamp):
             delays = [(start_delay(entries, pipe, f"Chip{i}.json"), start_delay(bare, pipe, f"Chip{i}.json"))
                       for i in range(STARTS)]
         os.close(pipe)
-    ours, floor = zip(*delays[1:])  # the first ones wait until the launchers are ready
+    ours, floor = zip(*delays[1:])  # the first one of ours waits until oru-launcher is ready
     return dict(zip(SPAWN_FIGURES, [statistics.median(ours), statistics.median(floor)]))
 
 
