@@ -1,7 +1,6 @@
 #include "runtime/vunda/String.h"
 
 #include <cstddef>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <ostream>
@@ -54,10 +53,6 @@ constinit std::uint32_t const String::emptyHash = Kordo::HashMix().mix(0).mix(0)
 std::uint32_t String::hashOf(std::string_view text) noexcept { return mixText(text); }
 
 int String::compare(String const& other) const noexcept { return view().compare(other.view()); }
-
-bool String::sameContent(Impl::StrB const& a, Impl::StrB const& b) noexcept {
-  return a.hash == b.hash && a.length == b.length && std::memcmp(a.chars, b.chars, a.length) == 0;
-}
 
 std::ostream& operator<<(std::ostream& out, String const& text) { return out << text.view(); }
 

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string_view>
 #include <utility>
@@ -69,7 +70,9 @@ class ORU_EXPORT String {
 
  private:
   static std::uint32_t const emptyHash;
-  static bool sameContent(Impl::StrB const& a, Impl::StrB const& b) noexcept;
+  static bool sameContent(Impl::StrB const& a, Impl::StrB const& b) noexcept {
+    return a.hash == b.hash && a.length == b.length && std::memcmp(a.chars, b.chars, a.length) == 0;
+  }
 
   Impl::StrB* rep_ = nullptr;
 };
