@@ -35,14 +35,15 @@ Impl::StrB* Impl::StrB::make(std::string_view text) {
   if (text.size() > std::numeric_limits<std::uint32_t>::max() - sizeof(StrB)) {
     RangeException::throwException("Vunda::String longer than 4294967279 bytes not allowed");
   }
-  void* const memory = ::operator new(headerSize + text.size() + 1);
+  std::size_t const room = (text.size() / wordSize + 1) * wordSize;
+  void* const memory = ::operator new(headerSize + room);
   StrB* const rep = static_cast<StrB*>(memory);
   rep->use = 1;
   rep->length = static_cast<std::uint32_t>(text.size());
   rep->hash = mixText(text);
   char* const chars = static_cast<char*>(memory) + headerSize;
+  std::memset(chars + room - wordSize, 0, wordSize);
   std::memcpy(chars, text.data(), text.size());
-  chars[text.size()] = '\0';
   return rep;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
@@ -15,12 +16,22 @@ namespace Vunda {
 namespace Impl {
 
 // The shared representation of a string: one allocation that holds the use count, the length, the
-// hash (computed once, when the string is made) and the characters with a terminating NUL.
+// hash (computed once, when the string is made) and the characters, with one NUL at least that makes
+// them whole words of eight bytes.
 struct StrB {
   std::uint32_t use;
   std::uint32_t length;
   std::uint32_t hash;
   char chars[4];
+
+  static constexpr std::uint32_t wordSize = 8;
+  // The first word, at 0, is length and hash, the others are the characters.
+  std::uint64_t word(std::size_t at) const noexcept {
+    std::uint64_t result = 0;
+    std::memcpy(&result, reinterpret_cast<char const*>(this) + offsetof(StrB, length) + at,
+                wordSize);
+    return result;
+  }
 
   ORU_EXPORT static StrB* make(std::string_view text);
   ORU_EXPORT static void destroy(StrB* rep) noexcept;
@@ -71,7 +82,11 @@ class ORU_EXPORT String {
  private:
   static std::uint32_t const emptyHash;
   static bool sameContent(Impl::StrB const& a, Impl::StrB const& b) noexcept {
-    return a.hash == b.hash && a.length == b.length && std::memcmp(a.chars, b.chars, a.length) == 0;
+    std::size_t at = 0;
+    do {
+      if (a.word(at) != b.word(at)) return false;
+    } while ((at += Impl::StrB::wordSize) < Impl::StrB::wordSize + a.length);
+    return true;
   }
 
   Impl::StrB* rep_ = nullptr;

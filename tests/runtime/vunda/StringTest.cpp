@@ -4,7 +4,9 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -129,6 +131,51 @@ TEST(String, EqualHashesDoNotMakeEqualStrings) {
   ASSERT_EQ(first.hash(), second.hash());
   EXPECT_NE(first, second);
   EXPECT_NE(first.compare(second), 0);
+}
+
+// Another text of the same hash: one word of four bytes is changed, and the next one undoes what that
+// does to the hash.
+std::string twinOf(std::string const& text, std::size_t changedWord) {
+  std::vector<std::uint32_t> words(text.size() / sizeof(std::uint32_t));
+  std::memcpy(words.data(), text.data(), text.size());
+  auto const mixedUpTo = [&] {
+    std::uint32_t state = 0;
+    for (std::size_t i = 0; i <= changedWord; ++i)
+      state = (std::rotl(state, 5) ^ words[i]) * 0x9e3779b1U;
+    return std::rotl(state, 5);
+  };
+  std::uint32_t const before = mixedUpTo();
+  words[changedWord] ^= 1U;
+  words[changedWord + 1] ^= before ^ mixedUpTo();
+  return {reinterpret_cast<char const*>(words.data()), text.size()};
+}
+
+TEST(String, EqualHashesAndLengthsDoNotHideADifferenceAnywhere) {
+  std::string const letters = "abcdefghijklmnopqrstuvwxyz012345";
+  for (std::size_t words = 2; words <= letters.size() / 4; ++words) {
+    std::string const text = letters.substr(0, words * 4);
+    String const first(text);
+    EXPECT_EQ(first, String(text));
+    for (std::size_t changed = 0; changed + 1 < words; ++changed) {
+      String const second(twinOf(text, changed));
+      ASSERT_EQ(first.hash(), second.hash());
+      ASSERT_EQ(first.length(), second.length());
+      EXPECT_NE(first, second) << words << " words, changed at " << changed;
+    }
+  }
+}
+
+TEST(String, TextsOfEveryLengthEqualThemselvesAlone) {
+  std::string const letters = "abcdefghijklmnopqrstuvwxyz";
+  for (std::size_t length = 1; length <= letters.size(); ++length) {
+    // Another string stood in this memory before, so that what is behind the end is not zero.
+    { String const dirt(std::string(length + 8, 'z')); }
+    String const text(letters.substr(0, length));
+    EXPECT_EQ(text, String(letters.substr(0, length)));
+    EXPECT_NE(text, String(letters.substr(0, length - 1)));
+    EXPECT_NE(text, String(letters.substr(0, length - 1) + '!'));
+    EXPECT_EQ(text.data()[length], '\0');
+  }
 }
 
 TEST(String, KeepsCharactersBehindANul) {
