@@ -12,8 +12,9 @@ Vunda::Ptr<Kesh::Dir> newDir(char const* name) { return Vunda::makeNode<Kesh::Di
 
 // An answer to a request, or a board that was taken over, is not to stand before what it caused.
 int StateMount::writeRank(TreePath const& path) {
-  if (path.isWithin({"hw", "status"})) return 1;
-  if (path.isWithin({"reset", "status"})) return 2;
+  static TreePath const boards{"hw", "status"}, answers{"reset", "status"};
+  if (path.isWithin(boards)) return 1;
+  if (path.isWithin(answers)) return 2;
   return 0;
 }
 

@@ -102,12 +102,19 @@ void SystemMount::interfaceChanged(IntfId intf) {
   interfacesChanged(now->deviceId());
 }
 
+// Interfaces come and go one by one: the writer is told once for each text that it makes.
 void SystemMount::interfacesChanged(DeviceId id) {
-  auto const value = placeOf(interfaces, id);
-  if (portsOf_[id.value()].empty())
-    writer_.valueDel(value);
-  else
-    writer_.valueIs(value, [this, id] { return interfacesText(id); });
+  auto wished = wished_[id.value()];
+  if (portsOf_[id.value()].empty()) {
+    wished = false;
+    writer_.valueDel(placeOf(interfaces, id));
+  } else if (!wished) {
+    wished = true;
+    writer_.valueIs(placeOf(interfaces, id), [this, id] {
+      wished_[id.value()] = false;
+      return interfacesText(id);
+    });
+  }
 }
 
 // By port: ids of interfaces differ from one run to the next.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <map>
 #include <string>
 
@@ -58,6 +59,8 @@ class SystemMount {
   Part interfaces_;
   std::map<Lanko::IntfId, Central::DeviceId> deviceOf_;
   std::array<std::map<Lanko::IntfId, Central::PortId>, Central::DeviceId::null + 1> portsOf_;
+  // Of which chips the writer is to make the text of the interfaces.
+  std::bitset<Central::DeviceId::null + 1> wished_;
   Vunda::Ptr<NodeWatch> watch_;
 };
 

@@ -237,6 +237,25 @@ TEST_F(StateMountTest, TheSystemStatusIsKeptByChipAndSlice) {
   EXPECT_EQ(1u, system.intfToChipPort().size());
 }
 
+TEST_F(StateMountTest, TheInterfacesOfAChipAreWrittenAfterEachTurnThatChangesThem) {
+  start();
+  auto& system = *mount->systemStatus();
+  Lanko::IntfId e1, e2;
+  e1.handleInitialized("E1");
+  e2.handleInitialized("E2");
+  system.intfToChipPortIs(e1, ChipPort(DeviceId(4), 1));
+  settle(loop);
+  EXPECT_EQ("{\"intfToPortId\":{\"E1\":1}}\n", text({"system", "interfaces", "4"}));
+  system.intfToChipPortIs(e2, ChipPort(DeviceId(4), 2));
+  settle(loop);
+  EXPECT_EQ("{\"intfToPortId\":{\"E1\":1,\"E2\":2}}\n", text({"system", "interfaces", "4"}));
+  system.intfToChipPortDel(e1);
+  system.intfToChipPortDel(e2);
+  system.intfToChipPortIs(e1, ChipPort(DeviceId(4), 3));
+  settle(loop);
+  EXPECT_EQ("{\"intfToPortId\":{\"E1\":3}}\n", text({"system", "interfaces", "4"}));
+}
+
 TEST_F(StateMountTest, WhatOthersDoToItsFilesIsPutRight) {
   start();
   makeConfig("S1", "C1")->genTimeIs(Duration(7.5));
