@@ -24,6 +24,16 @@ ordered_json jsonOfPorts(ChipHwConfig const& chip) {
   return json;
 }
 
+// Each interface has one port, so nothing needs to look for it among those before, which is what
+// an ordered object does otherwise.
+ordered_json membersOf(std::vector<std::pair<Lanko::IntfId, PortId>> const& ports) {
+  ordered_json::object_t members;
+  members.reserve(ports.size());
+  for (auto const& [interface, port] : ports)
+    members.Container::emplace_back(interface.name().view(), port);
+  return members;
+}
+
 }  // namespace
 
 Lanko::IntfId intfIdOf(std::string const& name) {
@@ -70,9 +80,10 @@ std::string jsonOf(ChipStatus const& status) {
   std::vector<std::pair<Lanko::IntfId, PortId>> ports;
   for (auto at = status.intfToPortId().iterator(); at; ++at)
     ports.emplace_back(at.key(), at.value());
-  std::string json = jsonOfInterfaces(ports);
-  ordered_json const genTime = status.genTime().seconds();
-  return json.insert(1, "\"genTime\":" + genTime.dump() + ',');
+  ordered_json json;
+  json["genTime"] = status.genTime().seconds();
+  json["intfToPortId"] = membersOf(ports);
+  return line(json);
 }
 
 std::string jsonOf(ResetEntry const& entry) {
@@ -121,16 +132,10 @@ std::string jsonOfLauncherEntry(Duration restart) {
   return line(json);
 }
 
-// Written by hand: a member per interface in an ordered object would be looked up one by one.
 std::string jsonOfInterfaces(std::vector<std::pair<Lanko::IntfId, PortId>> const& ports) {
-  std::string json = "{\"intfToPortId\":{";
-  for (auto const& [interface, port] : ports) {
-    if (json.back() != '{') json += ',';
-    ordered_json const name = interface.name().view();
-    json += name.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-    json += ':' + std::to_string(port);
-  }
-  return json + "}}\n";
+  ordered_json json;
+  json["intfToPortId"] = membersOf(ports);
+  return line(json);
 }
 
 }  // namespace Oru::Mount::Codec

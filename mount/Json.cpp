@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <set>
 #include <utility>
 
 namespace Oru::Mount {
@@ -11,24 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int depthLimit = 32;
-
-// Watches the parser's way through a text for what the parser itself lets through.
-class Guard {
- public:
-  bool operator()(int depth, json::parse_event_t event, json const& parsed) {
-    using Event = json::parse_event_t;
-    if (depth > depthLimit) throw JsonError({}, "nests deeper than " + std::to_string(depthLimit));
-    if (event == Event::object_start) fields_.emplace_back();
-    if (event == Event::object_end) fields_.pop_back();
-    if (event == Event::key && !fields_.back().insert(parsed.get<std::string>()).second)
-      throw JsonError(parsed.get<std::string>(), "is given twice");
-    return true;
-  }
-
- private:
-  std::vector<std::set<std::string>> fields_;
-};
+constexpr std::size_t depthLimit = 32;
 
 std::string lineAndColumn(std::string_view text, std::size_t byte) {
   auto const before = text.substr(0, std::min(byte ? byte - 1 : 0, text.size()));
@@ -36,6 +18,70 @@ std::string lineAndColumn(std::string_view text, std::size_t byte) {
   auto const column = before.size() - (before.rfind('\n') + 1) + 1;
   return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
+
+// Builds the value from what the parser finds in a text, and refuses what the parser itself lets
+// through.
+class Builder final : public nlohmann::json_sax<json> {
+ public:
+  explicit Builder(std::string_view text) : text_(text) {}
+
+  json take() { return std::move(whole_); }
+
+  bool null() override { return add(nullptr); }
+  bool boolean(bool value) override { return add(value); }
+  bool number_integer(json::number_integer_t value) override { return add(value); }
+  bool number_unsigned(json::number_unsigned_t value) override { return add(value); }
+  bool number_float(json::number_float_t value, std::string const&) override { return add(value); }
+  bool string(std::string& value) override { return add(std::move(value)); }
+  bool binary(json::binary_t&) override { return false; }  // no text holds any
+
+  bool start_object(std::size_t) override { return open(json::object()); }
+  bool end_object() override { return close(); }
+  bool start_array(std::size_t) override { return open(json::array()); }
+  bool end_array() override { return close(); }
+  bool key(std::string& name) override {
+    auto const [field, isNew] =
+        open_.back()->get_ref<json::object_t&>().try_emplace(std::move(name));
+    if (!isNew) throw JsonError(field->first, "is given twice");
+    field_ = &field->second;
+    return true;
+  }
+
+  bool parse_error(std::size_t byte, std::string const&, json::exception const& error) override {
+    bool const isSyntax = dynamic_cast<json::parse_error const*>(&error) != nullptr;
+    throw JsonError(
+        {}, "is not JSON: " + (isSyntax ? lineAndColumn(text_, byte) : "a number is out of range"));
+  }
+
+ private:
+  // Where the next value belongs.
+  json& place() {
+    if (open_.empty()) return whole_;
+    if (open_.back()->is_object()) return *field_;
+    return open_.back()->emplace_back();
+  }
+  bool add(json value) {
+    place() = std::move(value);
+    return true;
+  }
+  bool open(json empty) {
+    if (open_.size() == depthLimit)
+      throw JsonError({}, "nests deeper than " + std::to_string(depthLimit));
+    open_.push_back(&place());
+    *open_.back() = std::move(empty);
+    return true;
+  }
+  bool close() {
+    open_.pop_back();
+    return true;
+  }
+
+  std::string_view const text_;
+  json whole_;
+  // The objects and arrays around the next value, outermost first.
+  std::vector<json*> open_;
+  json* field_ = nullptr;  // of the innermost object
+};
 
 std::string rangeText(std::int64_t low, std::int64_t high) {
   return "is not a whole number from " + std::to_string(low) + " to " + std::to_string(high);
@@ -50,14 +96,9 @@ JsonError::JsonError(std::string place, std::string reason)
 
 json parsedJson(std::string_view text) {
   if (text.empty()) throw JsonError({}, "is empty");
-  try {
-    Guard guard;
-    return json::parse(text, std::ref(guard));
-  } catch (json::parse_error const& error) {
-    throw JsonError({}, "is not JSON: " + lineAndColumn(text, error.byte));
-  } catch (json::exception const&) {
-    throw JsonError({}, "is not JSON: a number is out of range");
-  }
+  Builder builder(text);
+  static_cast<void>(json::sax_parse(text, &builder));
+  return builder.take();
 }
 
 JsonObject::JsonObject(json const& value, std::string place)
@@ -70,7 +111,7 @@ bool JsonObject::has(char const* field) const { return value_.contains(field); }
 json const& JsonObject::value(char const* field) {
   auto const at = value_.find(field);
   if (at == value_.end()) refuse(field, "is missing");
-  asked_.emplace_back(field);
+  asked_.push_back(at.key());
   return *at;
 }
 

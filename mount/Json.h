@@ -54,7 +54,7 @@ class JsonObject {
 
   nlohmann::json const& value_;
   std::string place_;
-  std::vector<std::string> asked_;
+  std::vector<std::string_view> asked_;
 };
 
 // A whole number in canonical decimal form ("7", not "07" or "+7") from `low` to `high`; raises
