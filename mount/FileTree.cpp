@@ -2,6 +2,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -57,6 +59,15 @@ char const* typeText(mode_t mode) {
     default:
       return "is a device";
   }
+}
+
+// A directory several steps below another in one call, which follows no link on the way. Not every
+// kernel has it, and not every sandbox lets it through.
+int openBelow(int parent, std::string const& path) {
+  open_how how{};
+  how.flags = directoryFlags;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  return static_cast<int>(::syscall(SYS_openat2, parent, path.c_str(), &how, sizeof how));
 }
 
 int stepInto(int parent, char const* name, FileTree::Missing missing) {
@@ -131,12 +142,12 @@ std::error_code writeTemporary(int directory, std::string const& name, std::stri
                                FileStamp* written) {
   UniqueFd file = makeTemporary(directory, name);
   if (!file) return lastError();
-  std::error_code error;
-  // The mode is ours whatever the process's mask says.
-  if (::fchmod(file.get(), FileTree::fileMode) < 0) error = lastError();
-  if (!error) error = writeAll(file.get(), text);
+  std::error_code error = writeAll(file.get(), text);
   struct stat status {};
-  if (!error && written && ::fstat(file.get(), &status) < 0) error = lastError();
+  if (!error && ::fstat(file.get(), &status) < 0) error = lastError();
+  // The mode is ours whatever the process's mask says.
+  bool const isMasked = (status.st_mode & ALLPERMS) != FileTree::fileMode;
+  if (!error && isMasked && ::fchmod(file.get(), FileTree::fileMode) < 0) error = lastError();
   if (!error && written) *written = FileStamp(status);
   auto const closing = closed(file);
   return error ? error : closing;
@@ -283,11 +294,17 @@ UniqueFd FileTree::openDirectory(TreePath const& directory, Missing missing,
     error = errno == ENOENT ? noRoot() : lastError();
     return at;
   }
+  error = {};
+  if (directory.isRoot()) return at;
+  if (UniqueFd there{openBelow(at.get(), directory.text())}) return there;
+  // Step by step, which makes what is missing or finds what is in the way.
   for (auto const& name : directory.names()) {
     at = UniqueFd(stepInto(at.get(), encodedName(name).c_str(), missing));
-    if (!at) break;
+    if (!at) {
+      error = lastError();
+      break;
+    }
   }
-  error = at ? std::error_code() : lastError();
   return at;
 }
 

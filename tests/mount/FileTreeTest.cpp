@@ -2,14 +2,21 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/inotify.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -213,6 +220,43 @@ TEST_F(FileTreeTest, NoStepBelowTheRootFollowsALink) {
   EXPECT_TRUE(inner.makeDirectory({"who", "d"}));
   EXPECT_TRUE(inner.removeDirectory({"who"}));
   EXPECT_EQ(1, std::distance(fs::directory_iterator(folder / "outside"), fs::directory_iterator()));
+}
+
+TEST_F(FileTreeTest, ALinkDeepInTheTreeIsNotFollowedEither) {
+  write("outside/a.json", "{}");
+  fs::create_directories(folder / "tree/one/two");
+  fs::create_directory_symlink(folder / "outside", folder / "tree/one/two/who");
+  fs::create_directory_symlink("one", folder / "tree/way");
+  FileTree const inner(folder / "tree");
+  EXPECT_EQ(ReadState::refused, inner.read({"one", "two", "who", "a"}).state);
+  EXPECT_EQ(ListState::refused, inner.list({"way", "two"}).state);
+}
+
+// From now on this process is on a kernel that cannot open several steps in one call.
+bool haveAnOldKernel() {
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  sock_fprog const filter{std::size(steps), steps};
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0 &&
+         ::syscall(SYS_openat2, AT_FDCWD, ".", nullptr, 0) < 0 && errno == ENOSYS;
+}
+
+TEST_F(FileTreeTest, AnOldKernelOpensStepByStep) {
+  write("outside/a.json", "{}");
+  fs::create_directories(folder / "d/e");
+  fs::create_directory_symlink(folder / "outside", folder / "d/e/who");
+  auto const works = [&] {
+    return haveAnOldKernel() && !tree.put({"d", "e", "a"}, "1") &&
+           tree.read({"d", "e", "a"}).text == "1" &&
+           tree.read({"d", "e", "who", "a"}).state == ReadState::refused &&
+           tree.read({"d", "none", "a"}).state == ReadState::absent;
+  };
+  EXPECT_EXIT(std::_Exit(works() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FileTreeTest, ALinkInPlaceOfAValueIsReplacedByPutNotFollowed) {
