@@ -61,13 +61,13 @@ char const* typeText(mode_t mode) {
   }
 }
 
-// A directory several steps below another in one call, which follows no link on the way. Not every
-// kernel has it, and not every sandbox lets it through.
-int openBelow(int parent, std::string const& path) {
+// In one call that follows no link on the whole way. Not every kernel has it, and not every sandbox
+// lets it through.
+int openAtOnce(std::string const& path) {
   open_how how{};
   how.flags = directoryFlags;
-  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
-  return static_cast<int>(::syscall(SYS_openat2, parent, path.c_str(), &how, sizeof how));
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  return static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how));
 }
 
 int stepInto(int parent, char const* name, FileTree::Missing missing) {
@@ -288,16 +288,16 @@ std::error_code FileTree::makeRoot() const {
 
 UniqueFd FileTree::openDirectory(TreePath const& directory, Missing missing,
                                  std::error_code& error) const {
+  error = {};
+  if (UniqueFd there{openAtOnce(root_ + '/' + directory.text())}) return there;
+  // Step by step, which follows the links on the way to the root, makes what is missing, or finds
+  // what is in the way.
   UniqueFd at(::open(root_.c_str(), directoryFlags));
   if (!at) {
     // Without a root nothing is known about what stands below it.
     error = errno == ENOENT ? noRoot() : lastError();
     return at;
   }
-  error = {};
-  if (directory.isRoot()) return at;
-  if (UniqueFd there{openBelow(at.get(), directory.text())}) return there;
-  // Step by step, which makes what is missing or finds what is in the way.
   for (auto const& name : directory.names()) {
     at = UniqueFd(stepInto(at.get(), encodedName(name).c_str(), missing));
     if (!at) {
