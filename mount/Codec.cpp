@@ -65,7 +65,7 @@ auto whole(std::string const& text, Read read) {
 std::map<PortId, std::string> ports(JsonObject object) {
   std::map<PortId, std::string> result;
   for (auto const& number : object.names()) {
-    auto const id = integerOf(number, 0, greatestPort, object.placeOf(number));
+    auto const id = object.integerName(number, 0, greatestPort);
     result.emplace(static_cast<PortId>(id), object.string(number.c_str()));
   }
   return result;
@@ -94,7 +94,7 @@ std::map<std::string, PortId> interfacePorts(JsonObject object) {
     if (interface.empty()) object.refuse(interface, "is an empty name");
     if (interface.find('\0') != std::string::npos)
       object.refuse(interface, "holds a NUL character");
-    result.emplace(interface, port(object, interface));
+    result.emplace_hint(result.end(), interface, port(object, interface));
   }
   return result;
 }

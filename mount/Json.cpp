@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 #include <utility>
 
 namespace Oru::Mount {
@@ -82,6 +83,15 @@ class Builder final : public nlohmann::json_sax<json> {
   std::vector<json*> open_;
   json* field_ = nullptr;  // of the innermost object
 };
+
+std::optional<std::int64_t> canonicalInteger(std::string_view text, std::int64_t low,
+                                             std::int64_t high) {
+  std::int64_t number = 0;
+  auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const whole = error == std::errc() && end == text.data() + text.size();
+  if (!whole || number < low || number > high || std::to_string(number) != text) return {};
+  return number;
+}
 
 std::string rangeText(std::int64_t low, std::int64_t high) {
   return "is not a whole number from " + std::to_string(low) + " to " + std::to_string(high);
@@ -171,6 +181,13 @@ std::vector<std::string> JsonObject::names() const {
   return names;
 }
 
+std::int64_t JsonObject::integerName(std::string_view name, std::int64_t low,
+                                     std::int64_t high) const {
+  auto const number = canonicalInteger(name, low, high);
+  if (!number) refuse(name, rangeText(low, high));
+  return *number;
+}
+
 std::string JsonObject::placeOf(std::string_view field) const {
   return (place_.empty() ? std::string() : place_ + '.').append(field);
 }
@@ -187,12 +204,9 @@ void JsonObject::finish() const {
 
 std::int64_t integerOf(std::string_view text, std::int64_t low, std::int64_t high,
                        std::string const& place) {
-  std::int64_t number = 0;
-  auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  bool const whole = error == std::errc() && end == text.data() + text.size();
-  if (!whole || number < low || number > high || std::to_string(number) != text)
-    throw JsonError(place, rangeText(low, high));
-  return number;
+  auto const number = canonicalInteger(text, low, high);
+  if (!number) throw JsonError(place, rangeText(low, high));
+  return *number;
 }
 
 }  // namespace Oru::Mount

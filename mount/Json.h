@@ -43,6 +43,8 @@ class JsonObject {
   // Every field is a member of a collection: asks for all. The names, in order; read them with the
   // accessors above.
   std::vector<std::string> names() const;
+  // A member's name that is a whole number, as integerOf() reads it.
+  std::int64_t integerName(std::string_view name, std::int64_t low, std::int64_t high) const;
   // The place of a field.
   std::string placeOf(std::string_view field) const;
   [[noreturn]] void refuse(std::string_view field, std::string reason) const;

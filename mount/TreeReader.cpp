@@ -65,8 +65,8 @@ void TreeReader::changed(std::vector<Backend::Change> const& changes) {
       sync();
     else if (kind == Kind::value && holdsValues(path.parent()))
       syncValue(path);
-    else if (kind == Kind::directory && holdsValues(path) && isDirectory(path))
-      syncDirectory(path);
+    else if (kind == Kind::directory && holdsValues(path) && syncedAsDirectory(path))
+      continue;
     else if (path.parent() == base_)
       sync();
     else if (holdsValues(path.parent()))
@@ -89,9 +89,12 @@ bool TreeReader::holdsValues(TreePath const& directory) const {
 }
 
 // What is neither known nor a directory is found in the listing of the base.
-bool TreeReader::isDirectory(TreePath const& path) const {
-  return directories_.contains(path) ||
-         backend_.list(path).state == Backend::Listing::State::present;
+bool TreeReader::syncedAsDirectory(TreePath const& path) {
+  auto const listing = backend_.list(path);
+  bool const isDirectory =
+      directories_.contains(path) || listing.state == Backend::Listing::State::present;
+  if (isDirectory) syncDirectory(path, listing);
+  return isDirectory;
 }
 
 void TreeReader::sync() {
@@ -163,7 +166,10 @@ void TreeReader::syncDirectories(Backend::Listing const& listing) {
 }
 
 void TreeReader::syncDirectory(TreePath const& directory) {
-  auto const listing = backend_.list(directory);
+  syncDirectory(directory, backend_.list(directory));
+}
+
+void TreeReader::syncDirectory(TreePath const& directory, Backend::Listing const& listing) {
   if (!readable(directory, listing)) return;
   if (listing.state == Backend::Listing::State::absent) return directoryGone(directory);
   bool const isNew = directories_.insert(directory).second;

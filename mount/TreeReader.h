@@ -71,10 +71,11 @@ class TreeReader final : Backend::Observer {
   void watchBack(TreePath const& path) override;
 
   bool holdsValues(TreePath const& directory) const;
-  bool isDirectory(TreePath const& path) const;
   void sync();
   void syncAgain();
+  bool syncedAsDirectory(TreePath const& path);
   void syncDirectory(TreePath const& directory);
+  void syncDirectory(TreePath const& directory, Backend::Listing const& listing);
   void syncValues(TreePath const& directory, Backend::Listing const& listing);
   void syncDirectories(Backend::Listing const& listing);
   void syncValue(TreePath const& value);
