@@ -1,6 +1,7 @@
 #include "launcher/EntryWatch.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "launcher/LauncherEntry.h"
@@ -110,9 +111,11 @@ void EntryWatch::lookAt(AgentKind kind) {
 
 void EntryWatch::lookAgainLater() {
   if (again_ != nullptr) return;
-  again_ = clock_.after(retryTime, [this] {
+  std::chrono::duration<double> const delay = againDelay_.next();
+  again_ = clock_.after(delay.count(), [this] {
     again_.reset();
     lookAtAll();
+    if (again_ == nullptr) againDelay_.reset();
   });
 }
 

@@ -11,6 +11,7 @@
 #include "launcher/ProcessTable.h"
 #include "mount/Backend.h"
 #include "mount/ProblemList.h"
+#include "mount/RetryDelay.h"
 
 namespace Oru::Launcher {
 
@@ -18,13 +19,13 @@ namespace Oru::Launcher {
 //
 //   bad entries      are reported as problems, and so is what stands in launcher/ and is no
 //                    directory of a kind; an agent whose entry turns bad goes on as it is
+//   errors           that may pass without a word are looked at again, with back-off
 //   no directory     says nothing: nobody has written entries, or the tree is away. The agents go
 //                    on. When the directory is there again, its writer gets `settlingTime` to put
 //                    its entries back before those that are missing end their agents
 class EntryWatch final : private Mount::Backend::Observer {
  public:
   static constexpr double settlingTime = 2;  // seconds
-  static constexpr double retryTime = 1;     // seconds, after errors that may pass
 
   // The references must outlive this.
   EntryWatch(Mount::Backend& backend, Mount::ProblemList& problems, Clock& clock,
@@ -75,6 +76,7 @@ class EntryWatch final : private Mount::Backend::Observer {
   std::map<AgentKind, Directory> directories_;
   std::set<std::string> strays_;  // in launcher/
   std::unique_ptr<Timer> again_;
+  Mount::RetryDelay againDelay_;
   std::unique_ptr<Mount::Backend::Watch> watch_;
 };
 

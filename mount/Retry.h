@@ -1,15 +1,14 @@
 #pragma once
 
-#include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "mount/EventLoop.h"
+#include "mount/RetryDelay.h"
 
 namespace Oru::Mount {
 
-// Tries something again that failed, after a delay that grows from a tenth of a second to five
-// seconds. Nothing is scheduled while nothing is to be tried.
+// Tries something again that failed, after a delay that grows. Nothing is scheduled while nothing is
+// to be tried.
 class Retry {
  public:
   // `attempt` may call later() and settled().
@@ -18,8 +17,7 @@ class Retry {
   // It failed: tries again after the next delay, unless that is under way.
   void later() {
     if (timer_) return;
-    delay_ = std::clamp(delay_ * 2, first, longest);
-    timer_ = loop_.timer(delay_, [this] {
+    timer_ = loop_.timer(delay_.next(), [this] {
       timer_.reset();
       attempt_();
     });
@@ -27,17 +25,14 @@ class Retry {
   // Nothing is left to be tried.
   void settled() {
     timer_.reset();
-    delay_ = {};
+    delay_.reset();
   }
 
  private:
-  static constexpr std::chrono::milliseconds first{100};
-  static constexpr std::chrono::milliseconds longest{5000};
-
   EventLoop& loop_;
   EventLoop::Callback const attempt_;
   EventSource timer_;
-  std::chrono::milliseconds delay_{0};
+  RetryDelay delay_;
 };
 
 }  // namespace Oru::Mount
