@@ -232,6 +232,16 @@ TEST_F(FileTreeTest, ALinkDeepInTheTreeIsNotFollowedEither) {
   EXPECT_EQ(ListState::refused, inner.list({"way", "two"}).state);
 }
 
+TEST_F(FileTreeTest, ALinkOnTheWayToTheRootIsFollowed) {
+  fs::create_directories(folder / "real/tree");
+  fs::create_directory_symlink("real", folder / "way");
+  FileTree const linked(folder / "way/tree");
+  EXPECT_FALSE(linked.put({"d", "e", "a"}, "1"));
+  EXPECT_FALSE(linked.put({"d", "e", "a"}, "2"));
+  EXPECT_EQ("2", linked.read({"d", "e", "a"}).text);
+  EXPECT_EQ(ListState::present, linked.list({}).state);
+}
+
 // From now on this process is on a kernel that cannot open several steps in one call.
 bool haveAnOldKernel() {
   sock_filter steps[] = {
