@@ -36,12 +36,16 @@ namespace Kesh {
 //
 // A tag is the key's 31-bit hash with the top bit set while the entry lives, zero when it is dead.
 // Behind the last entry stands a tag of its own, for which the block has room, so that a step of an
-// iteration looks at tags alone. An iterator is a position. Removing an entry frees its index slot
-// (shifting back what probed past it) and leaves a dead entry. Dead entries are squeezed out
-// (`compact`) once there are more than three for each that lives, and instead of growing when a
-// quarter of the room is dead; but never while an iterator lives, since that would move what
-// positions mean: growth then keeps the positions. As long as an iterator lives, the keys of removed entries are kept too, chained through
-// their tags (the second bit marks such a tag); the last iterator releases them.
+// iteration asks nothing but tags. An iterator is a position, counted while it lives. Removing an
+// entry frees its index slot (shifting back what probed past it) and leaves a dead entry. Dead
+// entries are squeezed out (`compact`) once there are more than three for each that lives, and
+// instead of growing when a quarter of the room is dead; but never while an iterator lives, since
+// that would move what positions mean: growth then keeps the positions.
+//
+// The key of an entry that is removed while somebody iterates is kept, for the iterators that stand
+// on it: `keepKey` chains the entry through its tag (the second bit marks such a tag) to those that
+// went before it. The typed iterator's destructor tells the core with `leave`; when the last one
+// left, it has `dropStaleG` release the chain, and `tidy` drop what is dead at the end.
 //
 // COSTS. Lookup: one multiplication, one index slot, one entry, one comparison. Insertion and
 // removal: constant, amortised. Iteration: one tag per entry. Memory: the entry, rounded up, plus
@@ -127,6 +131,7 @@ class ORU_EXPORT HashMap2018Generic {
       ++map_->iterators_;
       skipDead(of);
     }
+    // One more iterator; each ends with leave().
     Iterator(Iterator const& other) noexcept : map_(other.map_), offset_(other.offset_) {
       ++map_->iterators_;
     }

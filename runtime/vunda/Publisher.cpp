@@ -58,7 +58,7 @@ void Publisher::deliverToAll(FieldId field, void const* key, void const* value) 
 }
 
 // There is a slot at least.
-inline void Publisher::notifyAll(FieldId field, void const* key, void const* value) noexcept {
+void Publisher::notifyAll(FieldId field, void const* key, void const* value) noexcept {
   ++delivering_;
   std::size_t const standing = size_;
   std::size_t i = 0;

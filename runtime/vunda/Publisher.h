@@ -109,7 +109,8 @@ class ORU_EXPORT Publisher {
   void deliverToOne(Subscriber* subscriber, FieldId field, void const* key,
                     void const* value) noexcept;
   void deliverToAll(FieldId field, void const* key, void const* value) noexcept;
-  [[gnu::always_inline]] void notifyAll(FieldId field, void const* key, void const* value) noexcept;
+  [[gnu::always_inline]] inline void notifyAll(FieldId field, void const* key,
+                                               void const* value) noexcept;
   void remove(Subscriber* subscriber) noexcept;
   [[gnu::noinline]] void closeHolesIfOutermost() noexcept;
   void grow();

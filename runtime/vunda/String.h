@@ -16,8 +16,8 @@ namespace Vunda {
 namespace Impl {
 
 // The shared representation of a string: one allocation that holds the use count, the length, the
-// hash (computed once, when the string is made) and the characters, with one NUL at least that makes
-// them whole words of eight bytes.
+// hash (computed once, when the string is made) and the characters, padded with NULs, one at least,
+// to whole words of eight bytes: so that two strings are compared a word at a time.
 struct StrB {
   std::uint32_t use;
   std::uint32_t length;
