@@ -4,7 +4,6 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include "launcher/LauncherEntry.h"
 #include "mount/Json.h"
 
 namespace Oru::Launcher {
@@ -95,7 +94,7 @@ AgentStatus agentStatusOf(std::string_view json) {
   if (object.has("startTime")) status.startTime = object.seconds("startTime");
   status.starts = countOf(object, "starts");
   readRestarts(object.object("restarts"), status);
-  if (object.has("restart")) status.restart = restartOf(object);
+  if (object.has("restart")) status.restart = object.seconds("restart");
   if (object.has("lastExit")) status.lastExit = exitOf(object.object("lastExit"));
   if (object.has("nextStart")) status.nextStart = object.seconds("nextStart");
   if (object.has("problem")) status.problem = object.string("problem");

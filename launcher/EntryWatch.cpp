@@ -4,8 +4,8 @@
 #include <chrono>
 #include <utility>
 
-#include "launcher/LauncherEntry.h"
-#include "mount/Json.h"
+#include "mount/JsonError.h"
+#include "mount/LauncherEntry.h"
 
 namespace Oru::Launcher {
 
@@ -153,7 +153,7 @@ bool EntryWatch::lookAt(AgentId const& id) {
     return true;
   }
   try {
-    auto const restart = restartOfEntry(reading.text);
+    auto const restart = Mount::restartOfEntry(reading.text);
     good(id.kind, file);
     table_.entryIs(id, restart);
   } catch (Mount::JsonError const& error) {

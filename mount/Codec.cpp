@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "mount/Json.h"
+#include "mount/LauncherEntry.h"
 #include "mount/TreePath.h"
 
 namespace Oru::Mount::Codec {
@@ -161,9 +162,7 @@ bool featureOf(std::string const& text) {
 }
 
 Duration launcherEntryOf(std::string const& text) {
-  return whole(text, [](JsonObject& object) {
-    return object.has("restart") ? time(object, "restart") : Duration();
-  });
+  return Duration(restartOfEntry(text).value_or(0.0));
 }
 
 DeviceId deviceIdOf(std::string const& name) {

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "launcher/AgentStatusJson.h"
-#include "launcher/LauncherEntry.h"
 #include "mount/Json.h"
+#include "mount/LauncherEntry.h"
 #include "tools/Chassis.h"
 #include "tools/Show.h"
 #include "tools/Times.h"
@@ -243,9 +243,8 @@ std::vector<Event> eventsOf(Area area, TreePath const& path,
                     return resetEvents(path, area == Area::answers, a, b);
                   });
     case Area::entries:
-      return with(
-          [](std::string const& text) { return Launcher::restartOfEntry(text).value_or(0.0); },
-          [&](auto a, auto b) { return entryEvents(path, a, b); });
+      return with([](std::string const& text) { return Mount::restartOfEntry(text).value_or(0.0); },
+                  [&](auto a, auto b) { return entryEvents(path, a, b); });
     case Area::agents:
       return with([](std::string const& text) { return Launcher::agentStatusOf(text); },
                   [&](auto const& a, auto const& b) { return agentEvents(path, a, b); });

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "launcher/AgentStatusJson.h"
-#include "launcher/LauncherEntry.h"
 #include "mount/JsonError.h"
+#include "mount/LauncherEntry.h"
 
 namespace Oru::Tools {
 
@@ -82,7 +82,7 @@ void TreeData::take(Area area, TreePath const& path, std::string const& text) {
       answers.emplace(resetId(path), Codec::resetOf(text, path.leaf()));
       break;
     case Area::entries:
-      entries.emplace(agentIdOf(path), Launcher::restartOfEntry(text).value_or(0.0));
+      entries.emplace(agentIdOf(path), Mount::restartOfEntry(text).value_or(0.0));
       break;
     case Area::agents:
       agents.emplace(agentIdOf(path), Launcher::agentStatusOf(text));

@@ -240,11 +240,13 @@ TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
   std::filesystem::create_directory(chips + "entry.json");
   write(chips + "wrong%2fname.json", "{}");
   write(chips + "other.txt", "{}");
-  EXPECT_TRUE(until([this] { return filesWithProblems().size() == 6; }));
+  put({"launcher", "chip", "empty"}, "");
+  EXPECT_TRUE(until([this] { return filesWithProblems().size() == 7; }));
   EXPECT_THAT(filesWithProblems(),
               UnorderedElementsAre("launcher/chip/turns%20bad.json", "launcher/chip/link.json",
                                    "launcher/chip/directory", "launcher/chip/entry.json",
-                                   "launcher/chip/wrong%2fname.json", "launcher/chip/other.txt"));
+                                   "launcher/chip/wrong%2fname.json", "launcher/chip/other.txt",
+                                   "launcher/chip/empty.json"));
   put({"launcher", "chip", "another good"});
   EXPECT_TRUE(untilState("another good", "running"));
   EXPECT_EQ(status("turns bad")["starts"], 1);
@@ -252,7 +254,7 @@ TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
 
   put({"launcher", "chip", "turns bad"});
   for (char const* file :
-       {"link.json", "directory", "entry.json", "wrong%2fname.json", "other.txt"}) {
+       {"link.json", "directory", "entry.json", "wrong%2fname.json", "other.txt", "empty.json"}) {
     std::filesystem::remove(chips + file);
   }
   EXPECT_TRUE(until([this] { return problems().is_array() && problems().empty(); }));
