@@ -93,6 +93,16 @@ std::optional<std::int64_t> canonicalInteger(std::string_view text, std::int64_t
   return number;
 }
 
+// Names of fields are as long as somebody likes; log and problem file are not to be flooded. Leaves
+// no character in halves.
+std::string& shorten(std::string& place) {
+  if (place.size() <= JsonError::longestPlace) return place;
+  std::size_t size = JsonError::longestPlace;
+  while (size > 0 && (static_cast<unsigned char>(place[size]) & 0xC0U) == 0x80U) --size;
+  place.resize(size);
+  return place += "...";
+}
+
 std::string rangeText(std::int64_t low, std::int64_t high) {
   return "is not a whole number from " + std::to_string(low) + " to " + std::to_string(high);
 }
@@ -100,7 +110,7 @@ std::string rangeText(std::int64_t low, std::int64_t high) {
 }  // namespace
 
 JsonError::JsonError(std::string place, std::string reason)
-    : std::runtime_error(place.empty() ? reason : place + ' ' + reason),
+    : std::runtime_error(shorten(place).empty() ? reason : place + ' ' + reason),
       place_(std::move(place)),
       reason_(std::move(reason)) {}
 

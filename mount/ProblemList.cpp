@@ -1,6 +1,8 @@
 #include "mount/ProblemList.h"
 
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "mount/Json.h"
@@ -8,6 +10,10 @@
 namespace Oru::Mount {
 
 namespace {
+
+using nlohmann::ordered_json;
+
+constexpr int noIndent = -1;
 
 double now() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -30,6 +36,19 @@ ProblemList::Problem problemOf(JsonObject object) {
   problem.since = object.seconds("since");
   object.finish();
   return problem;
+}
+
+ordered_json jsonOf(ProblemList::Problem const& problem) {
+  return {{"file", problem.file},
+          {"activity", textOf(problem.activity)},
+          {"place", problem.place},
+          {"reason", problem.reason},
+          {"since", problem.since}};
+}
+
+// Names of files are any bytes.
+std::string dumped(ordered_json const& json, int indent) {
+  return json.dump(indent, ' ', false, ordered_json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -80,31 +99,32 @@ std::string textOf(ProblemList::Problem const& problem) {
 }
 
 std::string jsonOf(std::vector<ProblemList::Problem> const& problems) {
-  auto list = nlohmann::ordered_json::array();
+  auto list = ordered_json::array();
+  std::size_t size = 0;
   for (auto const& problem : problems) {
-    nlohmann::ordered_json entry;
-    entry["file"] = problem.file;
-    entry["activity"] = textOf(problem.activity);
-    entry["place"] = problem.place;
-    entry["reason"] = problem.reason;
-    entry["since"] = problem.since;
+    ordered_json entry = jsonOf(problem);
+    size += dumped(entry, noIndent).size();
+    if (size > problemFileRoom) break;
     list.push_back(std::move(entry));
   }
-  nlohmann::ordered_json file;
-  file["problems"] = std::move(list);
-  using Handler = nlohmann::ordered_json::error_handler_t;
-  return file.dump(2, ' ', false, Handler::replace) + '\n';
+  std::size_t const more = problems.size() - list.size();
+  ordered_json file{{"problems", std::move(list)}};
+  if (more > 0) file["more"] = more;
+  return dumped(file, 2) + '\n';
 }
 
-std::vector<ProblemList::Problem> problemsOf(std::string const& text) {
+ProblemReport problemReportOf(std::string const& text) {
   auto const json = parsedJson(text);
   JsonObject file(json);
-  std::vector<ProblemList::Problem> problems;
+  ProblemReport report;
   auto const& list = file.array("problems");
   for (std::size_t i = 0; i < list.size(); ++i)
-    problems.push_back(problemOf(JsonObject(list[i], "problems." + std::to_string(i))));
+    report.problems.push_back(problemOf(JsonObject(list[i], "problems." + std::to_string(i))));
+  if (file.has("more"))
+    report.more =
+        static_cast<std::size_t>(file.integer("more", 0, std::numeric_limits<std::int64_t>::max()));
   file.finish();
-  return problems;
+  return report;
 }
 
 }  // namespace Oru::Mount

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
@@ -48,9 +49,18 @@ char const* textOf(ProblemList::Activity activity) noexcept;
 // One line: "cannot read hw/config/Slice1.json: chips.Chip1.deviceId is not a whole number from 0
 // to 64".
 std::string textOf(ProblemList::Problem const& problem);
-// The text of a program's problem file (`problems/<program>.json`).
+
+// What a program's problem file (`problems/<program>.json`) tells.
+struct ProblemReport {
+  std::vector<ProblemList::Problem> problems;
+  std::size_t more = 0;  // problems that there was no room for
+};
+// Room for problems in such a file, in bytes, the spaces that make it readable not counted. With
+// them it is well below the limit of the tree's files.
+inline constexpr std::size_t problemFileRoom = 256U << 10;
+// The file's text: the first problems, as many as there is room for.
 std::string jsonOf(std::vector<ProblemList::Problem> const& problems);
-// The problems that such a text tells of. Raises JsonError.
-std::vector<ProblemList::Problem> problemsOf(std::string const& text);
+// Raises JsonError.
+ProblemReport problemReportOf(std::string const& text);
 
 }  // namespace Oru::Mount

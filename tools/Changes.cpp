@@ -249,7 +249,7 @@ std::vector<Event> eventsOf(Area area, TreePath const& path,
       return with([](std::string const& text) { return Launcher::agentStatusOf(text); },
                   [&](auto const& a, auto const& b) { return agentEvents(path, a, b); });
     case Area::problems:
-      return with([](std::string const& text) { return Mount::problemsOf(text); },
+      return with([](std::string const& text) { return Mount::problemReportOf(text).problems; },
                   [&](auto const& a, auto const& b) {
                     std::vector<Problem> const none;
                     return problemEvents(leaf, a.value_or(none), b.value_or(none));

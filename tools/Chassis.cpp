@@ -133,10 +133,13 @@ void addInterfaces(std::vector<InterfaceRow>& rows, TreeData const& data, ChipRo
   for (auto& [name, row] : found) rows.push_back(std::move(row));
 }
 
+// What a program had no room for counts as told: it may be just this.
 bool isTold(TreeData const& data, Problem const& problem) {
   return std::ranges::any_of(data.problems, [&](auto const& program) {
-    return std::ranges::any_of(program.second,
-                               [&](Problem const& other) { return other.file == problem.file; });
+    auto const& [problems, more] = program.second;
+    return more > 0 || std::ranges::any_of(problems, [&](Problem const& other) {
+             return other.file == problem.file;
+           });
   });
 }
 
@@ -218,11 +221,24 @@ std::vector<AgentRow> agentsOf(TreeData const& data) {
 
 std::vector<ProblemRow> problemsOf(TreeData const& data) {
   std::vector<ProblemRow> rows;
-  for (auto const& [program, problems] : data.problems)
-    for (auto const& problem : problems) rows.push_back({program, problem});
+  for (auto const& [program, report] : data.problems)
+    for (auto const& problem : report.problems) rows.push_back({program, problem});
   for (auto const& problem : data.unreadable)
     if (!isTold(data, problem)) rows.push_back({"oructl", problem});
   return rows;
+}
+
+TreeData::ByName<std::size_t> moreProblemsOf(TreeData const& data) {
+  TreeData::ByName<std::size_t> more;
+  for (auto const& [program, report] : data.problems)
+    if (report.more > 0) more[program] = report.more;
+  return more;
+}
+
+std::size_t problemCount(TreeData const& data) {
+  std::size_t count = problemsOf(data).size();
+  for (auto const& [program, more] : moreProblemsOf(data)) count += more;
+  return count;
 }
 
 char const* wordOf(SliceState state) {

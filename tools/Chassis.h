@@ -82,6 +82,10 @@ std::vector<AgentRow> agentsOf(TreeData const& data);
 // What the programs have written down, and then what oructl itself cannot read and none of them
 // tells.
 std::vector<ProblemRow> problemsOf(TreeData const& data);
+// How many problems more the programs have than they have written down: those of whom there are any.
+TreeData::ByName<std::size_t> moreProblemsOf(TreeData const& data);
+// All of them, the written ones and those.
+std::size_t problemCount(TreeData const& data);
 
 char const* wordOf(SliceState state);
 char const* wordOf(ChipState state);

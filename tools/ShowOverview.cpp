@@ -38,6 +38,15 @@ Group groupOf(char const* name, Rows const& rows, Word word) {
   return {name, rows.size(), countsOf(rows, word)};
 }
 
+Group problemGroup(TreeData const& data) {
+  Group group = groupOf("problems", problemsOf(data), [](auto const& row) { return row.program; });
+  auto const more = moreProblemsOf(data);
+  for (auto& [program, count] : group.states)
+    if (auto const at = more.find(program); at != more.end()) count += at->second;
+  group.count = problemCount(data);
+  return group;
+}
+
 std::vector<Group> groupsOf(TreeData const& data) {
   auto const state = [](auto const& row) { return std::string(wordOf(row.state)); };
   return {
@@ -49,7 +58,7 @@ std::vector<Group> groupsOf(TreeData const& data) {
               [](auto const& row) { return std::string(row.enabled ? "on" : "off"); }),
       groupOf("agents", agentsOf(data), [](auto const& row) { return wordOf(row.status); }),
       groupOf("resets", resetsOf(data), state),
-      groupOf("problems", problemsOf(data), [](auto const& row) { return row.program; }),
+      problemGroup(data),
   };
 }
 
@@ -79,6 +88,8 @@ std::vector<std::string> remarksOf(TreeData const& data) {
   }
   for (auto const& row : problemsOf(data))
     remarks.push_back(row.program + ' ' + Mount::textOf(row.problem));
+  for (auto const& [program, count] : moreProblemsOf(data))
+    remarks.push_back(program + " has " + std::to_string(count) + " problems more");
   return remarks;
 }
 

@@ -12,6 +12,8 @@ void print(TreeData const& data, Context const& context) {
   for (auto const& row : problemsOf(data))
     table.add(
         {{timeText(row.problem.since)}, {row.program}, {Mount::textOf(row.problem), Tone::bad}});
+  for (auto const& [program, count] : moreProblemsOf(data))
+    table.add({{"-"}, {program}, {"and " + std::to_string(count) + " more", Tone::bad}});
   if (table.empty())
     context.out << "there are no problems\n";
   else
@@ -25,6 +27,8 @@ void addJson(TreeData const& data, Json& document) {
     problem.update(jsonOf(row.problem));
     document["problems"].push_back(std::move(problem));
   }
+  document["more"] = Json::object();
+  for (auto const& [program, count] : moreProblemsOf(data)) document["more"][program] = count;
 }
 
 }  // namespace

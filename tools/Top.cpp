@@ -64,7 +64,7 @@ std::string countLine(TreeData const& data, double time) {
   return timeText(time).substr(0, 19) + "   " +
          countText("slices up", static_cast<std::size_t>(upSlices), slices.size()) + ", " +
          countText("chips up", static_cast<std::size_t>(upChips), chips.size()) + ", " +
-         std::to_string(problemsOf(data).size()) + " problems";
+         std::to_string(problemCount(data)) + " problems";
 }
 
 std::string percentText(std::optional<double> share) {

@@ -88,7 +88,7 @@ void TreeData::take(Area area, TreePath const& path, std::string const& text) {
       agents.emplace(agentIdOf(path), Launcher::agentStatusOf(text));
       break;
     case Area::problems:
-      problems.emplace(path.leaf(), Mount::problemsOf(text));
+      problems.emplace(path.leaf(), Mount::problemReportOf(text));
       break;
   }
 }

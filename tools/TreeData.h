@@ -31,7 +31,7 @@ struct TreeData {
   std::map<ResetId, Mount::Codec::ResetData> requests, answers;
   std::map<Launcher::AgentId, double> entries;  // the restart number, 0: none
   std::map<Launcher::AgentId, Launcher::AgentStatus> agents;
-  ByName<std::vector<Problem>> problems;  // by the program that has them
+  ByName<Mount::ProblemReport> problems;  // by the program that has them
   std::vector<Problem> unreadable;
 
   explicit TreeData(TreeScan const& scan);

@@ -48,6 +48,18 @@ TEST(Json, RefusesAFieldThatIsGivenTwice) {
   EXPECT_EQ("no error", parseError(R"({"a":{"a":1},"b":{"a":1}})"));
 }
 
+TEST(Json, OfALongPlaceOnlyTheBeginningIsKept) {
+  auto const place = [](std::string const& field) {
+    return JsonError(field, "is missing").place();
+  };
+  std::string const longest(JsonError::longestPlace, 'x');
+  EXPECT_EQ(longest, place(longest));
+  EXPECT_EQ(longest + "...", place(longest + "y"));
+  std::string const beginning(JsonError::longestPlace - 1, 'x');
+  EXPECT_EQ(beginning + "...", place(beginning + "\u00e9"));
+  EXPECT_EQ(longest + "... is missing", std::string(JsonError(longest + "y", "is missing").what()));
+}
+
 TEST(Json, RefusesDeepNesting) {
   EXPECT_EQ("|nests deeper than 32", parseError(std::string(1000, '[')));
   EXPECT_EQ("|nests deeper than 32", parseError(std::string(33, '[') + std::string(33, ']')));

@@ -89,7 +89,7 @@ TEST_F(ProblemFileTest, ItsTextTellsTheProblems) {
   problems.report(Activity::read, "b.json", "c.d", "is missing");
   problems.report(Activity::watch, {}, {}, "is gone");
   OruTest::settle(loop);
-  auto const told = problemsOf(text());
+  auto const told = problemReportOf(text()).problems;
   auto const expected = problems.problems();
   ASSERT_EQ(expected.size(), told.size());
   for (std::size_t i = 0; i < told.size(); ++i) {
@@ -98,10 +98,30 @@ TEST_F(ProblemFileTest, ItsTextTellsTheProblems) {
   }
 }
 
+TEST_F(ProblemFileTest, OfTooManyProblemsTheFirstAreWrittenAndTheOthersCounted) {
+  file.start();
+  constexpr std::size_t count = 300;
+  // The worst that a name can be: each of its bytes becomes six.
+  auto const name = [](std::size_t i) {
+    return std::to_string(1000 + i) + std::string(2000, '\1');
+  };
+  for (std::size_t i = 0; i < count; ++i) problems.report(Activity::read, name(i), {}, "is a pipe");
+  OruTest::settle(loop);
+  EXPECT_LT(text().size(), 2 * problemFileRoom);
+  auto const cut = problemReportOf(text());
+  EXPECT_GT(cut.more, 0u);
+  ASSERT_EQ(count, cut.problems.size() + cut.more);
+  for (std::size_t i = 0; i < cut.problems.size(); ++i) EXPECT_EQ(name(i), cut.problems[i].file);
+  for (std::size_t i = 20; i < count; ++i) problems.clear(Activity::read, name(i));
+  OruTest::settle(loop);
+  EXPECT_EQ(20u, problemReportOf(text()).problems.size());
+  EXPECT_EQ(std::string::npos, text().find("more"));
+}
+
 TEST_F(ProblemFileTest, WhatIsNoSuchTextIsRefused) {
   auto const refusal = [](std::string const& problem) {
     try {
-      problemsOf(R"({"problems":[)" + problem + "]}");
+      problemReportOf(R"({"problems":[)" + problem + "]}");
     } catch (JsonError const& error) {
       return std::string(error.what());
     }

@@ -141,6 +141,40 @@ TEST_F(ShowTest, ProblemsAreThoseOfAllProgramsAndTheAnswerIsNo) {
       out);
 }
 
+TEST_F(ShowTest, ProblemsThatAProgramHasNoRoomForAreCounted) {
+  Json const problem{{"file", "features/F.json"},
+                     {"activity", "read"},
+                     {"place", "enabled"},
+                     {"reason", "is missing"},
+                     {"since", 100.0}};
+  put({"problems", "oru-agent"}, {{"problems", {problem}}, {"more", 41}});
+  putText({"features", "G"}, "{");  // may be one of those
+  EXPECT_EQ(1, run({"show", "problems"}));
+  EXPECT_EQ(
+      "SINCE                    TOLD BY    PROBLEM\n"
+      "1970-01-01 00:01:40.000  oru-agent  cannot read features/F.json: enabled is missing\n"
+      "-                        oru-agent  and 41 more\n",
+      out);
+  EXPECT_EQ(Json::parse(R"({"oru-agent": 41})"), document({"show", "problems", "--json"})["more"]);
+  EXPECT_EQ(Json::parse(R"({"count": 42, "states": {"oru-agent": 42}})"),
+            document({"show", "--json"})["problems"]);
+  EXPECT_EQ("oru-agent has 41 problems more",
+            document({"show", "--json"})["remarks"].back().get<std::string>());
+  run({"top"});
+  EXPECT_NE(std::string::npos, out.find("42 problems")) << out;
+}
+
+TEST_F(ShowTest, WhatCannotBeReadIsToldOnce) {
+  putText({"features", "F"}, "{");
+  std::string const problem = "cannot read features/F.json: is not JSON: line 1, column 2\n";
+  run({"show"});
+  EXPECT_NE(std::string::npos, out.find("oructl " + problem)) << out;
+  EXPECT_EQ("", err);
+  run({"show", "features"});
+  EXPECT_EQ("there are no features\n", out);
+  EXPECT_EQ("oructl: " + problem, err);
+}
+
 TEST_F(ShowTest, AnEmptyTreeIsShownAsSuch) {
   for (auto const& [section, text] : {std::pair("slices", "there are no slices\n"),
                                       {"chips", "there are no chips\n"},
