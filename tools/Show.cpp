@@ -50,11 +50,12 @@ int show(Context const& context, std::string_view name, bool json) {
   ShowSection const& section = sectionOf(name);
   TreeData const data(scanTree(Mount::FileTree(context.tree)));
   bool const aboutProblems = &section == &showProblems;
+  bool const tellsProblems = aboutProblems || &section == &showOverview;
   if (json) {
     printDocument(context.out, documentOf(section, data, context));
   } else {
     section.print(data, context);
-    if (!aboutProblems) tellUnreadable(data, context);
+    if (!tellsProblems) tellUnreadable(data, context);
   }
   return aboutProblems && !problemsOf(data).empty() ? exitNo : exitOk;
 }

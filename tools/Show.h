@@ -25,7 +25,8 @@ extern ShowSection const showOverview, showSlices, showChips, showInterfaces, sh
 std::array<ShowSection const*, 7> const& showSections();
 
 // Reads the tree once and shows the section of that name; the overview when the name is empty.
-// Files that cannot be read are told on the error stream and left out. Raises Failure when there is
+// Files that cannot be read are left out, and told on the error stream when the section itself does
+// not tell of them. Raises Failure when there is
 // no tree or no such section.
 int show(Context const& context, std::string_view section, bool json);
 
