@@ -128,6 +128,18 @@ while True: signal.pause()
   EXPECT_THAT(output, HasSubstr("oru-agent exited with status 7"));
 }
 
+TEST_F(OruSim, AgentThatDoesNotEndIsKilledAndEndsTheRunWithThree) {
+  auto const deaf = written("device.json", R"json({
+    "slices": [{"name": "Slice1", "chips": [{"name": "Chip1"}]}],
+    "agents": {"initTime": 0.01},
+    "launcher": {"chip": {"graceTime": 60, "argv": ["sh", "-c",
+      "trap '' TERM; echo '{{}}' >{tree}/deaf.json; while :; do sleep 1000; done"]}}})json");
+  auto const steps = scenario(R"({"expect": {"files": {"file": "deaf.json"}}})");
+  EXPECT_EQ(exitCodeOf({"run", deaf, "--scenario", steps, "--state", state}), 3);
+  EXPECT_THAT(output, HasSubstr("agents do not end and are killed"));
+  EXPECT_EQ(agentsLeft(), 0u);
+}
+
 TEST_F(OruSim, StepThatIsNotPossibleEndsTheRunWithThree) {
   EXPECT_EQ(exitCodeOf(play(R"({"start": "oru-agent"})")), 3);
   EXPECT_THAT(output, HasSubstr("FAILED: oru-agent runs already"));
