@@ -5,8 +5,10 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 #include "sim/ConditionReader.h"
+#include "sim/NumberedText.h"
 
 namespace Oru::Sim {
 
@@ -60,17 +62,33 @@ std::string name(JsonObject& object, char const* field) {
   return text;
 }
 
-// JSON without its quotation marks and outer braces, in one line of limited length.
-std::string plainText(json const& value) {
-  constexpr std::size_t longest = 300;
-  if (value == true) return {};
+// What it says, in one line.
+std::string plainString(json const& string) {
+  std::string const quoted = string.dump(-1, ' ', false, json::error_handler_t::replace);
+  return replaced(quoted.substr(1, quoted.size() - 2), "\\\"", "\"");
+}
+
+// JSON without the quotation marks of its strings.
+std::string plainJson(json const& value) {
+  if (value.is_string()) return plainString(value);
+  if (!value.is_structured()) return value.dump();
   std::string text;
-  for (char const c : value.dump(-1, ' ', false, json::error_handler_t::replace)) {
-    if (c != '"') text += c;
-    if (c == ',' || c == ':') text += ' ';
+  char const* separator = "";
+  for (auto const& [name, member] : value.items()) {
+    text += std::exchange(separator, ", ");
+    if (value.is_object()) text += plainString(name) + ": ";
+    text += plainJson(member);
   }
+  return value.is_array() ? '[' + text + ']' : '{' + text + '}';
+}
+
+// A field of a step as it is told, not too long: its name alone when it says no more than yes.
+std::string fieldText(std::string const& name, json const& value) {
+  constexpr std::size_t longest = 300;
+  if (value == true) return name;
+  std::string text = plainJson(value);
   if (value.is_object()) text = text.substr(1, text.size() - 2);
-  return text.size() > longest ? text.substr(0, longest) + "..." : text;
+  return name + ' ' + (text.size() > longest ? text.substr(0, longest) + "..." : text);
 }
 
 }  // namespace
@@ -137,12 +155,12 @@ Step::Action StepReader::action(JsonObject& step) const {
 std::string StepReader::text(json const& step) {
   std::string text;
   for (Verb const& verb : verbs()) {
-    if (step.contains(verb.name)) text = std::string(verb.name) + ' ' + plainText(step[verb.name]);
+    if (step.contains(verb.name)) text = fieldText(verb.name, step[verb.name]);
   }
   for (auto const& [field, value] : step.items()) {
     bool const isVerb = std::ranges::any_of(
         verbs(), [&name = field](Verb const& verb) { return name == verb.name; });
-    if (!isVerb) text += ", " + field + ' ' + plainText(value);
+    if (!isVerb) text += ", " + fieldText(field, value);
   }
   return text;
 }

@@ -43,7 +43,11 @@ TEST(Scenario, StepsAreToldInOneLineVerbFirst) {
   EXPECT_EQ(scenario(R"({"within": 3, "expect": {"published": ["Chip1", "Chip2"]}})").steps[0].text,
             "expect published: [Chip1, Chip2], within 3");
   EXPECT_EQ(scenario(R"({"reset": {"all": true}})").steps[0].text, "reset all: true");
-  EXPECT_EQ(scenario(R"({"remember": true})").steps[0].text, "remember ");
+  EXPECT_EQ(scenario(R"({"remember": true})").steps[0].text, "remember");
+  EXPECT_EQ(scenario(R"({"run": ["sh", "-c", "echo \"a,b: c\" \n"], "says": "a,b"})").steps[0].text,
+            R"(run [sh, -c, echo "a,b: c" \n], says a,b)");
+  EXPECT_EQ(scenario(R"({"write": "a", "json": {"x": {}, "y": ["", 1.5, null]}})").steps[0].text,
+            "write a, json x: {}, y: [, 1.5, null]");
 }
 
 TEST(Scenario, RemoveSaysWhatGoesFirst) {
