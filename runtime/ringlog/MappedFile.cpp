@@ -67,12 +67,21 @@ std::byte* MappedFile::map(std::uint64_t addressOffset, std::uint64_t fileOffset
 }
 
 void MappedFile::publish() {
+  requireFileOrNothing();
   std::string const previous = path_ + ".previous";
   if (rename(path_.c_str(), previous.c_str()) != 0 && errno != ENOENT) {
     fail("cannot set the previous file aside");
   }
   if (rename(temporaryPath_.c_str(), path_.c_str()) != 0) fail("cannot give it its name");
   temporaryPath_.clear();
+}
+
+// Whoever names a directory or a device did not mean to have it moved away.
+void MappedFile::requireFileOrNothing() const {
+  struct stat there {};
+  if (stat(path_.c_str(), &there) != 0 || S_ISREG(there.st_mode)) return;
+  errno = S_ISDIR(there.st_mode) ? EISDIR : EEXIST;
+  fail("cannot set aside what is no file");
 }
 
 void MappedFile::sync() const noexcept { fdatasync(fd_); }

@@ -27,7 +27,7 @@ class MappedFile {
   std::byte* map(std::uint64_t addressOffset, std::uint64_t fileOffset, std::uint64_t bytes);
 
   // Gives the file its name. A file that has the name already keeps its content under the name path
-  // + ".previous".
+  // + ".previous"; anything else that has it is refused and stays as it is.
   void publish();
 
   // Waits until what was written is on the disk.
@@ -38,6 +38,7 @@ class MappedFile {
  private:
   [[noreturn]] void fail(char const* step) const;
   void create(std::uint64_t fileBytes);
+  void requireFileOrNothing() const;
   void reserveAddresses();
   void release() noexcept;
 

@@ -27,8 +27,8 @@ struct TraceFileSizes {
 // on a page that the kernel has written back meanwhile is noticed anew, and may wait: a trace that
 // never may lies in memory, below /run.)
 //
-// The file is made anew; a file of that name keeps its content as `path`.previous. Raises
-// std::system_error, which names the file and the step that failed.
+// The file is made anew; a file of that name keeps its content as `path`.previous, and anything else
+// of that name is refused. Raises std::system_error, which names the file and the step that failed.
 class ORU_EXPORT TraceFile {
  public:
   explicit TraceFile(std::string path, TraceFileSizes const& sizes = {});

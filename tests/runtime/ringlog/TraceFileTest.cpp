@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
 #include <set>
 #include <string>
 #include <system_error>
@@ -114,6 +116,19 @@ TEST(TraceFile, FileOfThatNameIsKeptAsThePreviousOne) {
     ++files;
   }
   EXPECT_EQ(files, 2u);
+}
+
+TEST(TraceFile, WhatIsNoFileStaysWhereItIs) {
+  TemporaryFolder const folder;
+  std::filesystem::create_directory(folder / "folder");
+  ASSERT_EQ(0, mkfifo((folder / "pipe").c_str(), 0600));
+  EXPECT_EQ(errorOf(folder / "folder"), "trace file \"" + (folder / "folder") +
+                                            "\": cannot set aside what is no file: Is a directory");
+  EXPECT_EQ(errorOf(folder / "pipe"), "trace file \"" + (folder / "pipe") +
+                                          "\": cannot set aside what is no file: File exists");
+  EXPECT_TRUE(std::filesystem::is_directory(folder / "folder"));
+  EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
+  EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(folder.path()), {}));
 }
 
 TEST(TraceFile, FileStillBeingWrittenIsNotDisturbedByANewOne) {
