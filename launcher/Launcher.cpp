@@ -35,6 +35,7 @@ void Launcher::start() {
   entries_->start();
   statusFiles_.start();
   queue_.flush();
+  log_.info("running the agents of " + options_.tree);
   loop_.watchdogIs(true);
   Mount::notifyServiceManager("READY=1");
   tellServiceManager();
@@ -75,6 +76,8 @@ void Launcher::otherLauncher(Mount::LockedError const& error) {
 void Launcher::end() {
   bool const again = std::exchange(ending_, true);
   Mount::notifyServiceManager("STOPPING=1");
+  log_.info(options_.stopAgents && !again ? "stopping, and all agents"
+                                          : "stopping; all agents stay");
   if (!options_.stopAgents || again) {
     queue_.flush();
     loop_.exit(table_.empty() || !options_.stopAgents ? ended : failed);

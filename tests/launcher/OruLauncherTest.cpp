@@ -181,9 +181,12 @@ TEST_F(OruLauncherTest, EndsWithoutItsAgentsUnlessToldOtherwise) {
   untilState("Chip1", "running");
   EXPECT_EQ(end(), 0);
   EXPECT_TRUE(runs(status("Chip1")));
+  EXPECT_THAT(log(), HasSubstr("running the agents of " + tree));
+  EXPECT_THAT(log(), HasSubstr("stopping; all agents stay"));
 
   start({"--stop-agents"});
   EXPECT_EQ(end(), 0);
+  EXPECT_THAT(log(), HasSubstr("stopping, and all agents"));
   EXPECT_TRUE(agentsAre(0));
   EXPECT_TRUE(status("Chip1").is_discarded());
 }
