@@ -97,7 +97,9 @@ void declare(CLI::App& app, std::string& tree, Action& action) {
 
 int perform(Action const& action, Context const& context) {
   try {
-    return action(context);
+    int const code = action(context);
+    if (!context.out.flush()) throw Failure(exitFailure, "the output cannot be written");
+    return code;
   } catch (Failure const& failure) {
     context.err << "oructl: " << failure.what() << '\n';
     return failure.code();

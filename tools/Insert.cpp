@@ -1,12 +1,14 @@
 #include "tools/Insert.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
 #include <map>
+#include <system_error>
 
 #include "mount/Json.h"
 #include "tools/Failure.h"
@@ -25,7 +27,8 @@ std::string textOfFile(std::string const& file) {
   std::string text(Mount::FileTree::sizeLimit + 1, '\0');
   stream.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (!stream.is_open() || stream.bad() || (stream.fail() && !stream.eof()))
-    throw Failure(exitTree, "cannot read " + file);
+    throw Failure(exitTree, "cannot read " + file + ": " +
+                                std::error_code(errno, std::generic_category()).message());
   if (!stream.eof()) throw Failure(exitUsage, file + ": is larger than 1 MiB");
   text.resize(static_cast<std::size_t>(stream.gcount()));
   return text;
@@ -83,11 +86,11 @@ void refuseDoubledOnBoard(SliceHwData const& board) {
 int insertSlice(Context const& context, std::string const& file, std::string const& given) {
   Mount::FileTree const tree(context.tree);
   TreeData const data(scanTree(tree));
+  std::string text = textOfFile(file);
   std::string const slice = given.empty() ? nameOfFile(file) : given;
-  std::string text;
   SliceHwData board;
   try {
-    auto json = Mount::parsedJson(textOfFile(file));
+    auto json = Mount::parsedJson(text);
     if (json.is_object()) json["genTime"] = newGeneration(data, slice);
     text = json.dump() + '\n';
     board = Mount::Codec::sliceHwConfigOf(text);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 
@@ -125,6 +126,10 @@ int trace(Context const& context, TraceOptions const& options) {
                   "oru-agent writes one when it is started with --ringlog FILE.");
   if (!options.chrome.empty() && (options.follow || options.json))
     throw Failure(exitUsage, "--chrome goes with neither --follow nor --json");
+  // Opened to be written, it would be empty.
+  std::error_code isNone;
+  if (std::filesystem::equivalent(options.file, options.chrome, isNone))
+    throw Failure(exitUsage, "--chrome names the trace itself");
   TraceRecords records(options.file, levelsOf(options.levels));
   if (!options.chrome.empty()) {
     writeChrome(records, options.chrome);

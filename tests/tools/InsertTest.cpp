@@ -72,7 +72,10 @@ TEST_F(InsertTest, TwoChipsOfABoardWithOneDeviceNumberAreRefused) {
 
 TEST_F(InsertTest, AFileThatIsNotThereOrTellsNoNameIsTold) {
   EXPECT_EQ(3, run({"insert", folder / "none.json"}));
-  EXPECT_EQ("oructl: cannot read " + (folder / "none.json") + '\n', err);
+  EXPECT_EQ("oructl: cannot read " + (folder / "none.json") + ": No such file or directory\n", err);
+  EXPECT_EQ(3, run({"insert", folder.path()}));
+  EXPECT_EQ("oructl: cannot read " + folder.path().string() + ": Is a directory\n", err);
+  EXPECT_EQ(3, run({"insert", folder / "none"}));
   EXPECT_EQ(2, run({"insert", writeFile("board", board("Chip1", 3))}));
   EXPECT_EQ("oructl: " + (folder / "board") +
                 ": its name is none of a slice's file; give the slice's name with --as NAME\n",

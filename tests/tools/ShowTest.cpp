@@ -175,6 +175,13 @@ TEST_F(ShowTest, WhatCannotBeReadIsToldOnce) {
   EXPECT_EQ("oructl: " + problem, err);
 }
 
+TEST_F(ShowTest, OutputThatCannotBeWrittenIsAFailure) {
+  std::ostringstream full, errors;
+  full.setstate(std::ios::badbit);
+  EXPECT_EQ(5, Oru::Tools::runCommandLine({"--tree", root, "show"}, {full, errors}));
+  EXPECT_EQ("oructl: the output cannot be written\n", errors.str());
+}
+
 TEST_F(ShowTest, AnEmptyTreeIsShownAsSuch) {
   for (auto const& [section, text] : {std::pair("slices", "there are no slices\n"),
                                       {"chips", "there are no chips\n"},

@@ -229,4 +229,11 @@ TEST_F(TraceTest, ATimelineThatCannotBeWrittenIsTold) {
   EXPECT_FALSE(std::filesystem::exists(folder / "x"));
 }
 
+TEST_F(TraceTest, ATimelineDoesNotTakeTheTracesPlace) {
+  std::string const before = fileText(path_);
+  EXPECT_EQ(2, runPlain({"trace", path_, "--chrome", path_}));
+  EXPECT_EQ("oructl: --chrome names the trace itself\n", err);
+  EXPECT_EQ(before, fileText(path_));
+}
+
 }  // namespace
