@@ -55,7 +55,7 @@ std::optional<Options> optionsOf(int argc, char** argv, int& exitCode) {
   } catch (CLI::ParseError const& error) {
     exitCode = app.exit(error) == 0 ? exitOk : exitUsage;
   } catch (Kesh::TraceLevelsError const& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    std::fprintf(stderr, "oru-agent: %s\n", error.what());
     exitCode = exitUsage;
   }
   return std::nullopt;

@@ -19,12 +19,14 @@ namespace {
 
 using namespace Oru::Launcher;
 
-constexpr char const* help = R"(Runs one process for each launcher entry of the state tree:
+constexpr char const* help = R"(oru-launcher - runs the slice, chip and feature agents of a chassis
+
+Runs one process for each launcher entry of the state tree:
 
   launcher/slice/NAME.json, launcher/chip/NAME.json, launcher/feature/NAME.json
 
 An agent that ends is started again, after a delay that grows with each end. When its entry goes,
-its process group gets SIGTERM, and SIGKILL after the grace time. {"restart": NUMBER} in the entry
+its process group gets SIGTERM, and SIGKILL after the grace time. {"restart": SECONDS} in the entry
 asks for a restart whenever the number changes. What is known of each process stands in
 launcher-status/KIND/NAME.json, what is wrong with the entries in problems/oru-launcher.json.
 
@@ -44,7 +46,11 @@ may be left out. No shell is involved.
 
 Signals:     TERM, INT  end (a second one: at once)     HUP  reads the configuration again
 Exit codes:  0 ended as asked       1 failed, or agents still run after --stop-agents
-             2 wrong command line   3 wrong configuration   4 another launcher serves the tree)";
+             2 wrong command line   3 wrong configuration   4 another launcher serves the tree
+
+Examples:
+  oru-launcher --tree /tmp/chassis --config agents.json --log-dir /tmp/logs
+  oru-launcher --config agents.json --check-config)";
 
 struct CommandLine {
   Launcher::Options options;
@@ -65,7 +71,8 @@ void declare(CLI::App& app, CommandLine& given) {
   app.add_flag("--stop-agents", given.options.stopAgents,
                "Stop the agents when the launcher is ended");
   app.add_flag("--check-config", given.checkConfig, "Check the configuration, say ok, and end");
-  app.set_version_flag("--version", "oru-launcher " ORU_CENTRAL_VERSION);
+  app.set_version_flag("--version", "oru-launcher " ORU_CENTRAL_VERSION,
+                       "Print the version and exit");
 }
 
 int run(CommandLine given, Oru::Mount::Log const& log) {

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -27,13 +28,26 @@ inline CLI::Option* addTreeOption(CLI::App& app, std::string& tree, std::string 
       ->check(notEmpty());
 }
 
+// A time with its unit, "90s" or "2min", for an option that is in seconds.
+inline CLI::Validator asSeconds() {
+  auto const seconds = [](std::string& text) -> std::string {
+    std::map<std::string, double> const units{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}};
+    try {
+      return CLI::AsNumberWithUnit(units)(text);
+    } catch (CLI::ValidationError const&) {
+      return "is no time such as 90s or 2min; units are ms, s, min and h";
+    }
+  };
+  return CLI::Validator(seconds, "");
+}
+
 // What is said of a wrong use: what the parser says, put in plain words where it is not.
-inline std::string failureText(CLI::App const*, CLI::Error const& error) {
+inline std::string failureText(CLI::App const* app, CLI::Error const& error) {
   std::string text = error.what();
   constexpr std::string_view missingOne = ": 1 required ";
   if (auto const at = text.find(missingOne); at != std::string::npos && text.ends_with(" missing"))
     text.replace(at, missingOne.size(), " needs ").erase(text.rfind(" missing"));
-  return text + "\nRun with --help for more information.\n";
+  return app->get_name() + ": " + text + "\nRun with --help for more information.\n";
 }
 
 }  // namespace Oru::Mount

@@ -160,8 +160,7 @@ void addRun(CLI::App& app, RunArguments& given) {
       ->type_name("DIR");
   run->add_option("--for", given.time,
                   "Go on for so long, after the scenario if there is one; such as 10s")
-      ->transform(CLI::AsNumberWithUnit(
-          std::map<std::string, double>{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}}))
+      ->transform(Oru::Mount::asSeconds())
       ->check(notNegative)
       ->type_name("TIME");
   run->add_option("--programs", given.programs,
@@ -197,7 +196,7 @@ void refuseUnknownCommand(CLI::App const& app, int argc, char** argv) {
   if (argc < 2 || *argv[1] == '-') return;
   auto const isMeant = [&](CLI::App const* command) { return command->get_name() == argv[1]; };
   if (!app.get_subcommands(isMeant).empty()) return;
-  throw CLI::ValidationError("There is no subcommand " + std::string(argv[1]));
+  throw CLI::ValidationError("there is no subcommand " + std::string(argv[1]));
 }
 
 }  // namespace
@@ -216,7 +215,7 @@ int main(int argc, char** argv) {
       app.add_subcommand("check", "Looks for mistakes in descriptions and scenarios, prints them");
   checking->add_option("files", files, "A scenario is compared with the description before it")
       ->required()
-      ->type_name("FILE...");
+      ->type_name("FILE");
   checking->footer("\nExit codes: 0 all is well, 2 something is wrong.");
   addAgent(app, agent, "slice", "A slice agent: says in the state tree that its board is there");
   addAgent(app, agent, "chip",

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "mount/ProgramOptions.h"
 #include "tools/Commands.h"
 #include "tools/Reset.h"
 
@@ -60,10 +61,11 @@ void addReset(CLI::App& app, Action& action) {
   command->add_option("--as", given->requester, "Who asks: a folder under reset/request/")
       ->type_name("WHO")
       ->capture_default_str();
-  command->add_flag("--wait", given->wait, "Wait for the outcome, and until all runs again");
+  auto* const wait =
+      command->add_flag("--wait", given->wait, "Wait for the outcome, and until all runs again");
   command->add_option("--timeout", given->timeout, "Wait no longer than so (90s, 2min)")
-      ->transform(CLI::AsNumberWithUnit(
-          std::map<std::string, double>{{"ms", 0.001}, {"s", 1}, {"min", 60}, {"h", 3600}}))
+      ->transform(Mount::asSeconds())
+      ->needs(wait)
       ->type_name("TIME")
       ->default_str("60s");
   command->final_callback([given, &action] {

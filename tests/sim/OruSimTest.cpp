@@ -168,10 +168,11 @@ TEST_F(OruSim, TreeMayStandElsewhere) {
 TEST_F(OruSim, WrongUseEndsWithTwo) {
   EXPECT_EQ(exitCodeOf({}), 2);
   EXPECT_EQ(exitCodeOf({"rum"}), 2);
-  EXPECT_THAT(errors, HasSubstr("There is no subcommand rum"));
+  EXPECT_THAT(errors, HasSubstr("oru-sim: there is no subcommand rum"));
   EXPECT_EQ(exitCodeOf({"run"}), 2);
   EXPECT_EQ(exitCodeOf({"run", device(), "--colour"}), 2);
   EXPECT_EQ(exitCodeOf({"run", device(), "--for", "soon"}), 2);
+  EXPECT_THAT(errors, HasSubstr("oru-sim: --for: is no time such as 90s"));
   EXPECT_EQ(exitCodeOf({"run", device(), "--for", "-5s"}), 2);
   EXPECT_EQ(exitCodeOf({"run", folder.path()}), 2);
   EXPECT_THAT(errors, HasSubstr("cannot be read: Is a directory"));

@@ -71,11 +71,11 @@ TEST_F(CommandLineTest, WrongUseIsCodeTwo) {
       err);
   EXPECT_EQ(2, runProgram({"--tree", root, "watch", "slices"}));
   EXPECT_EQ(2, runProgram({"--tree"}));
-  EXPECT_EQ("--tree needs DIR\nRun with --help for more information.\n", err);
+  EXPECT_EQ("oructl: --tree needs DIR\nRun with --help for more information.\n", err);
   EXPECT_EQ(2, runProgram({"--tree", root, "reset", "all", "--cause"}));
-  EXPECT_EQ("--cause needs TEXT\nRun with --help for more information.\n", err);
+  EXPECT_EQ("oructl: --cause needs TEXT\nRun with --help for more information.\n", err);
   EXPECT_EQ(2, runProgram({"--tree", "", "show"}));
-  EXPECT_EQ("--tree: must not be empty\nRun with --help for more information.\n", err);
+  EXPECT_EQ("oructl: --tree: must not be empty\nRun with --help for more information.\n", err);
 }
 
 TEST_F(CommandLineTest, TheTreeMayStandAnywhereOrInTheEnvironment) {

@@ -149,8 +149,11 @@ TEST_F(ResetTest, WrongUseIsTold) {
       "oructl: --reason harwareFault: is neither a number from 0 to 4294967295 nor the word of a "
       "reason; did you mean \"hardwareFault\"?\n",
       err);
-  EXPECT_EQ(2, run({"reset", "all", "--timeout", "soon"}));
-  EXPECT_EQ(2, run({"reset", "all", "--timeout", "200h"}));
+  EXPECT_EQ(2, run({"reset", "all", "--wait", "--timeout", "soon"}));
+  EXPECT_NE(std::string::npos, err.find("oructl: --timeout: is no time such as 90s")) << err;
+  EXPECT_EQ(2, run({"reset", "all", "--timeout", "5s"}));
+  EXPECT_NE(std::string::npos, err.find("--timeout requires --wait")) << err;
+  EXPECT_EQ(2, run({"reset", "all", "--wait", "--timeout", "200h"}));
   EXPECT_EQ("oructl: --timeout: is not a time from 0 s to a week\n", err);
   EXPECT_EQ(2, run({"reset", "all", "--as", ""}));
   EXPECT_EQ("oructl: --as: the name of a requester is not empty\n", err);
