@@ -241,14 +241,15 @@ void Player::say(Event event) {
 }
 
 void Player::summarize() const {
-  std::printf("\n%s after %.1f s: %zu steps, %zu expectations held\n",
-              result_ == exitOk ? "passed" : "FAILED", time(), numbers_.steps,
-              numbers_.expectations);
+  auto const times = [](std::size_t count) { return counted(count, "time"); };
+  std::printf("\n%s after %.1f s: %s, %s held\n", result_ == exitOk ? "passed" : "FAILED", time(),
+              counted(numbers_.steps, "step").c_str(),
+              counted(numbers_.expectations, "expectation").c_str());
   std::printf(
-      "chips published %zu times, withdrawn %zu times; %zu agent processes started, "
-      "%zu ended by themselves; %zu resets answered\n",
-      numbers_.published, numbers_.withdrawn, numbers_.processes, numbers_.crashes,
-      numbers_.answers);
+      "chips published %s, withdrawn %s; agents started %s, ended by themselves %s; %s answered\n",
+      times(numbers_.published).c_str(), times(numbers_.withdrawn).c_str(),
+      times(numbers_.processes).c_str(), times(numbers_.crashes).c_str(),
+      counted(numbers_.answers, "reset").c_str());
   std::fflush(stdout);
 }
 

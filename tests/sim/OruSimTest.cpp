@@ -64,6 +64,7 @@ TEST_F(OruSim, ScenarioThatHoldsEndsWithZeroAndLeavesNoProcess) {
   EXPECT_THAT(output, HasSubstr("== Up"));
   EXPECT_THAT(output, HasSubstr("chip Chip2 published: device 1, 1 interface"));
   EXPECT_THAT(output, HasSubstr("passed after"));
+  EXPECT_THAT(output, HasSubstr("2 steps, 1 expectation held"));
   EXPECT_EQ(agentsLeft(), 0u);
 }
 
