@@ -11,7 +11,6 @@
 
 #include "tools/Chassis.h"
 #include "tools/Failure.h"
-#include "tools/Screen.h"
 #include "tools/Show.h"
 #include "tools/Table.h"
 #include "tools/Text.h"
@@ -148,7 +147,7 @@ class Live {
       TopSurroundings const surroundings{
           time, ProcessUsage::read,
           [&](pid_t pid, auto const& usage) { return shares_.share(pid, usage, time); }};
-      screen_.draw(topPicture(data, surroundings, context_.style, size.columns));
+      screen_.draw(topPicture(data, surroundings, context_.style, size));
     } catch (Failure const& failure) {
       screen_.draw({fitted(shown(away_.empty() ? failure.what() : "the tree is away: " + away_),
                            size.columns)});
@@ -170,7 +169,7 @@ class Live {
 }  // namespace
 
 std::vector<std::string> topPicture(TreeData const& data, TopSurroundings const& surroundings,
-                                    Style const& style, std::size_t columns) {
+                                    Style const& style, Screen::Size size) {
   using enum Table::Align;
   Table table({{"KIND"},
                {"AGENT"},
@@ -187,8 +186,13 @@ std::vector<std::string> topPicture(TreeData const& data, TopSurroundings const&
   std::stable_partition(agents.begin(), agents.end(), isInTrouble);
   for (auto const& row : agents) table.add(cellsOf(row, surroundings, serves));
   std::string const counts = countLine(data, surroundings.time);
-  std::vector<std::string> lines{columns == 0 ? counts : fitted(counts, columns), {}};
-  for (auto& line : table.lines(style, columns)) lines.push_back(std::move(line));
+  std::vector<std::string> lines{size.columns == 0 ? counts : fitted(counts, size.columns), {}};
+  for (auto& line : table.lines(style, size.columns)) lines.push_back(std::move(line));
+  if (size.rows > 0 && lines.size() > size.rows) {
+    std::size_t const more = lines.size() - size.rows + 1;
+    lines.resize(size.rows - 1);
+    lines.push_back("... " + std::to_string(more) + " more");
+  }
   return lines;
 }
 
@@ -197,7 +201,7 @@ int top(Context const& context) {
   if (Screen::isThere()) return Live(context).run();
   TopSurroundings const surroundings{now(), ProcessUsage::read,
                                      [](pid_t, auto const&) { return std::optional<double>(); }};
-  for (auto const& line : topPicture(data, surroundings, context.style, 0))
+  for (auto const& line : topPicture(data, surroundings, context.style, {0, 0}))
     context.out << line << '\n';
   return exitOk;
 }

@@ -7,6 +7,7 @@
 
 #include "tools/Context.h"
 #include "tools/ProcessUsage.h"
+#include "tools/Screen.h"
 #include "tools/TreeData.h"
 
 namespace Oru::Tools {
@@ -20,9 +21,10 @@ struct TopSurroundings {
 };
 
 // The picture: a line of counts, and a table of agents with what they serve; those that are in
-// trouble first. No wider than `columns`, 0: as wide as it is.
+// trouble first. Cut to `size`, the last line then says how many more there are; where that is 0, it
+// is as wide, and as high, as it takes.
 std::vector<std::string> topPicture(TreeData const& data, TopSurroundings const& surroundings,
-                                    Style const& style, std::size_t columns);
+                                    Style const& style, Screen::Size size);
 
 // Draws the picture anew when the tree changes and every second, until q, SIGINT or SIGTERM; once
 // when the output is no terminal. Raises Failure when there is no tree.

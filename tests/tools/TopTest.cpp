@@ -22,7 +22,7 @@ TEST_F(TopTest, AgentsInTroubleComeFirstWithWhatTheyServe) {
       },
       [](pid_t, ProcessUsage const& usage) { return std::optional(usage.cpuSeconds * 10); }};
   TreeData const data(scanTree(tree));
-  auto const lines = topPicture(data, surroundings, Style(false), 0);
+  auto const lines = topPicture(data, surroundings, Style(false), {0, 0});
   EXPECT_EQ(
       (std::vector<std::string>{
           "1970-01-01 00:05:25   1 of 2 slices up, 1 of 2 chips up, 0 problems", "",
@@ -39,8 +39,12 @@ TEST_F(TopTest, AgentsInTroubleComeFirstWithWhatTheyServe) {
           "chip   Chip1   running  2 min 5 s   12      -       -         0        0  chip up, 1 "
           "interfaces"}),
       lines);
-  for (auto const& line : topPicture(data, surroundings, Style(false), 30))
+  for (auto const& line : topPicture(data, surroundings, Style(false), {30, 0}))
     EXPECT_LE(line.size(), 30u);
+  auto const low = topPicture(data, surroundings, Style(false), {30, 5});
+  ASSERT_EQ(5u, low.size());
+  EXPECT_EQ("... 3 more", low.back());
+  EXPECT_EQ(lines.size(), topPicture(data, surroundings, Style(false), {30, 7}).size());
 }
 
 TEST_F(TopTest, WithoutATerminalTheTableIsPrintedOnce) {
