@@ -40,7 +40,7 @@ Player::Player(Options options, Device const& device, std::optional<Scenario> sc
                        done();
                      },
                      [this](std::vector<std::string> const& reasons) { failed(reasons); }}) {
-  for (int const number : {SIGINT, SIGTERM, SIGHUP}) {
+  for (int const number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
     signals_.push_back(loop_.signal(number, [this, number](auto const&) { interrupted(number); }));
   }
   stage_ = std::make_unique<Stage>(
@@ -166,7 +166,7 @@ void Player::broken(std::string const& what) {
 
 void Player::interrupted(int signal) {
   if (stopping_) return;
-  bool const asked = !scenario_ && signal != SIGHUP;
+  bool const asked = !scenario_ && (signal == SIGINT || signal == SIGTERM);
   if (!asked) {
     say({Tone::bad, "interrupted"});
     result_ = exitInterrupted;

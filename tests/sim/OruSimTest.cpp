@@ -152,6 +152,15 @@ TEST_F(OruSim, InterruptedScenarioEndsWith130AndStopsEverything) {
   EXPECT_EQ(agentsLeft(), 0u);
 }
 
+TEST_F(OruSim, OutputThatNobodyReadsEndsTheRunAndStopsEverything) {
+  Words words{"/bin/sh", "-c", "{ \"$@\"; echo ended with $? >&2; } | head -n 1", "sh"};
+  for (auto const& word : command({"run", device(), "--state", state})) words.push_back(word);
+  OruTest::ProgramRun run(words);
+  EXPECT_EQ(run.wait(), 0);
+  EXPECT_THAT(run.errors(), HasSubstr("ended with 130"));
+  EXPECT_EQ(agentsLeft(), 0u);
+}
+
 TEST_F(OruSim, WithoutScenarioItGoesOnForTheTimeGiven) {
   EXPECT_EQ(exitCodeOf({"run", device(), "--for", "300ms", "--state", state, "--verbose"}), 0);
   EXPECT_THAT(output, HasSubstr("oru-agent is ready"));
