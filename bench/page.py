@@ -29,6 +29,10 @@ def theirs(row):
     return row["peer"] if row["floor"] is None else row["floor"]
 
 
+def in_time(row):
+    return "" if row["timeRatio"] is None else f"{row['timeRatio']:.3g}"
+
+
 def text_figures(figures):
     for mode, cases in figures.items():
         for name, figure in sorted(cases.items()):
@@ -40,20 +44,21 @@ def text_table(rows):
         yield "no target holds any of these"
         return
     yield (f"{'what':34} {'mode':12} {'case':31} {'ours':>10} {'against':12} {'theirs':>10} {'ratio':>8}"
-           "  target    met")
+           f" {'in time':>8}  target    met")
     for one in rows:
         yield (f"{one['what']:34} {one['mode']:12} {one['name']:31} {number(one['figure']):>10}"
-               f" {one['against'] or '':12} {number(theirs(one)):>10} {one['ratio']:8.3g}  {one['target']:9}"
-               f" {'yes' if one['met'] else 'NO'}")
+               f" {one['against'] or '':12} {number(theirs(one)):>10} {one['ratio']:8.3g} {in_time(one):>8}"
+               f"  {one['target']:9} {'yes' if one['met'] else 'NO'}")
     yield summary(rows)
 
 
 def target_table(rows):
-    yield "| what | measured in | case | ours | compared with | theirs | ratio | target | met |"
-    yield "| --- | --- | --- | ---: | --- | ---: | ---: | --- | --- |"
+    yield "| what | measured in | case | ours | compared with | theirs | ratio | in time | target | met |"
+    yield "| --- | --- | --- | ---: | --- | ---: | ---: | ---: | --- | --- |"
     for one in rows:
         yield (f"| {one['what']} | {one['mode']} | {one['name']} | {number(one['figure'])} | {one['against'] or ''} |"
-               f" {number(theirs(one))} | {one['ratio']:.3g} | {one['target']} | {'yes' if one['met'] else '**no**'} |")
+               f" {number(theirs(one))} | {one['ratio']:.3g} | {in_time(one)} | {one['target']} |"
+               f" {'yes' if one['met'] else '**no**'} |")
     yield ""
     yield summary(rows) + "."
 

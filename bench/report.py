@@ -6,8 +6,9 @@ stands for a part of it, a size for example, which is then the same in what it i
 bounds the figure itself.
 
 report.json has one row for each target and size: `figure` is ours, `floor` or `peer` what it is compared with, and
-`against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours. The floor of growth is the same
-event where the least stands around it.
+`against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours. `timeRatio` is the same ratio in
+time beside one that is held in instructions, where the run measured both. The floor of growth is the same event where the
+least stands around it.
 """
 
 import argparse
@@ -42,9 +43,21 @@ def pairs(targets, names):
                 yield target, name, other
 
 
-def row(target, name, other, measured):
+def quotient(value, base):
+    return value / base if base else float("inf")
+
+
+def time_ratio(mode, name, other, figures):
+    timed = figures.get("time", {})
+    if mode == "instructions" and name in timed and other in timed:
+        return quotient(timed[name], timed[other])
+    return None
+
+
+def row(target, name, other, figures):
+    measured = figures[target["mode"]]
     value, base = measured[name], measured[other] if other else 1.0
-    ratio = value / base if base else float("inf")
+    ratio = quotient(value, base)
     met, text, case = True, "", name.removesuffix("/ours")
     ours, theirs, against = value, base, other and other.rsplit("/", 1)[1]
     if "atMost" in target:
@@ -55,7 +68,7 @@ def row(target, name, other, measured):
     is_floor = against is not None and (against.startswith("floor") or against == "plain" or against.isdigit())
     return {"what": target["what"], "mode": target["mode"], "name": case, "figure": ours, "against": against,
             "floor": theirs if is_floor else None, "peer": theirs if against and not is_floor else None,
-            "ratio": ratio, "target": text, "met": met}
+            "ratio": ratio, "timeRatio": time_ratio(target["mode"], name, other, figures), "target": text, "met": met}
 
 
 def untargeted(rows, figures):
@@ -65,7 +78,7 @@ def untargeted(rows, figures):
         for name in sorted(figures.get(mode, {})):
             case, who = name.rsplit("/", 1)
             if who != "ours" and f"{case}/ours" in figures[mode] and (case, who) not in covered:
-                yield row({"what": case, "mode": mode}, f"{case}/ours", name, figures[mode])
+                yield row({"what": case, "mode": mode}, f"{case}/ours", name, figures)
 
 
 def directions(figures):
@@ -158,13 +171,12 @@ def counted_cases(program, targets, arguments):
 
 
 def timed_cases(program, targets, arguments):
-    """What the filter asks for; without one, what has a target, growth apart, and every trace record."""
+    """What the filter asks for; without one, what has a target, and every trace record."""
     names = matching(program.operations, arguments)
     if arguments.filter != "*":
         return names
     targeted = held(targets, names)
-    return [name for name in names
-            if name.startswith("record.") or (name in targeted and not name.startswith("growth."))]
+    return [name for name in names if name.startswith("record.") or name in targeted]
 
 
 def measure(program, targets, arguments):
@@ -229,7 +241,7 @@ def main():
     if not failures and not any(figures.values()):
         sys.exit(f"bench: {arguments.filter} matches nothing that is measured in mode {arguments.mode}")
     measured = {name for mode in figures.values() for name in mode}
-    rows = [row(*pair, figures[pair[0]["mode"]]) for pair in pairs(targets, measured)
+    rows = [row(*pair, figures) for pair in pairs(targets, measured)
             if pair[1] in figures.get(pair[0]["mode"], {})]
     notes = [*agreement(figures), *page.not_measured(failures)]
     listed = page.text_figures(figures) if arguments.filter != "*" else []
