@@ -43,16 +43,16 @@ class Program:
                 raise RuntimeError(f"{name} failed under callgrind:\n{run.stderr}")
             return int(collected.group(1)) / self.operations[name]
 
-        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        with concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
             return dict(zip(names, pool.map(one, names)))
 
     def times(self, names, repetitions):
-        """Nanoseconds; on the last core, since interrupts tend to go to the first."""
+        """Nanoseconds; on the last core that this process may use, since interrupts tend to go to the first."""
         if not names:
             return {}
         pattern = "^(" + "|".join(name.replace(".", "[.]") for name in names) + ")/"
         run = subprocess.run(
-            ["taskset", "-c", str(os.cpu_count() - 1), self.path, f"--benchmark_filter={pattern}",
+            ["taskset", "-c", str(max(os.sched_getaffinity(0))), self.path, f"--benchmark_filter={pattern}",
              f"--benchmark_repetitions={repetitions}", "--benchmark_enable_random_interleaving=true",
              "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.05", "--benchmark_format=json"],
             stdout=subprocess.PIPE, text=True)
