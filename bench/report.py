@@ -6,9 +6,9 @@ stands for a part of it, a size for example, which is then the same in what it i
 bounds the figure itself.
 
 report.json has one row for each target and size: `figure` is ours, `floor` or `peer` what it is compared with, and
-`against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours. `timeRatio` is the same ratio in
-time beside one that is held in instructions, where the run measured both. The floor of growth is the same event where the
-least stands around it.
+`against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours. `timeRatio` is the same ratio
+in time, beside one that is held in instructions, where the run measured both. The floor of growth is the same event where
+the least stands around it.
 """
 
 import argparse
@@ -65,6 +65,7 @@ def row(target, name, other, figures):
     elif "atLeast" in target:
         met, text = ratio >= target["atLeast"], f">= {target['atLeast']:g}"
         ours, theirs, (case, against) = base, value, name.rsplit("/", 1)
+    # Floors are named so; "plain" does the same without what is measured, and a number is a smaller size of the same.
     is_floor = against is not None and (against.startswith("floor") or against == "plain" or against.isdigit())
     return {"what": target["what"], "mode": target["mode"], "name": case, "figure": ours, "against": against,
             "floor": theirs if is_floor else None, "peer": theirs if against and not is_floor else None,
@@ -89,14 +90,24 @@ def directions(figures):
             yield name, *(figures[mode][ours] / figures[mode][name] for mode in ("instructions", "time"))
 
 
+def is_even(ratio):
+    return 1 / (1 + TOLERANCE) <= ratio <= 1 + TOLERANCE
+
+
 def agreement(figures):
-    """Says where one mode finds ours clearly better and the other clearly worse."""
+    """Says where one mode finds ours ahead and the other does not, and where neither finds a clear winner."""
     both = list(directions(figures))
-    opposed = [f"{name} is {counted:.2f} in instructions and {timed:.2f} in time" for name, counted, timed in both
-               if min(counted, timed) < 1 / (1 + TOLERANCE) and max(counted, timed) > 1 + TOLERANCE]
+    even = [one for one in both if is_even(one[1]) and is_even(one[2])]
+    opposed = [one for one in both if one not in even and (one[1] - 1) * (one[2] - 1) <= 0]
     if both:
-        yield (f"Of {len(both)} pairs measured in both modes, {len(both) - len(opposed)} agree in who is ahead"
-               + (": all but " + "; ".join(opposed) if opposed else "") + ".")
+        agreed = len(both) - len(even) - len(opposed)
+        yield (f"Of {len(both)} pairs measured in both modes, {agreed} agree in who is ahead"
+               + named("even within 10 % in both", even) + named("opposed", opposed) + ".")
+
+
+def named(what, pairs_in_both):
+    each = [f"{name} ({counted:.2f} in instructions, {timed:.2f} in time)" for name, counted, timed in pairs_in_both]
+    return f"; {len(each)} {what}: " + ", ".join(each) if each else ""
 
 
 def worsened(baseline, rows):
@@ -160,6 +171,16 @@ def matching(names, arguments):
 
 def held(targets, names):
     return {name for _, *both in pairs(targets, names) for name in both}
+
+
+def refuse_unmatched(targets, program):
+    """A target that holds no case holds nothing."""
+    known = {"instructions": program.operations, "time": program.operations, "count": program.counts,
+             "program": programs.FIGURES}
+    empty = [f"{one['figure']} to {one['other']}" if "other" in one else one["figure"]
+             for one in targets if not list(pairs([one], known[one["mode"]]))]
+    if empty:
+        raise RuntimeError("no case matches the target of " + "; of ".join(empty))
 
 
 def counted_cases(program, targets, arguments):
@@ -236,6 +257,7 @@ def main():
     targets = load(os.path.join(os.path.dirname(os.path.abspath(__file__)), "targets.json"))
     baseline = load(arguments.check) if arguments.check else None
     program = Program(arguments.program)
+    refuse_unmatched(targets, program)
 
     figures, failures = measure(program, targets, arguments)
     if not failures and not any(figures.values()):
