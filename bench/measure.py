@@ -1,7 +1,8 @@
 """Runs the cases of a benchmark program.
 
 Instructions: callgrind counts them in the metered part of each case; exact and repeatable. Time: Google Benchmark, its
-repetitions interleaved at random, on one core; the median counts. Counts: what the program counts itself.
+repetitions interleaved at random, on one core; the median counts, and how much they vary is kept. Counts: what the
+program counts itself.
 Every figure is per operation.
 """
 
@@ -47,9 +48,10 @@ class Program:
             return dict(zip(names, pool.map(one, names)))
 
     def times(self, names, repetitions):
-        """Nanoseconds; on the last core that this process may use, since interrupts tend to go to the first."""
+        """Nanoseconds, and the coefficient of variation of the repetitions; on the last core that this process may use,
+        since interrupts tend to go to the first."""
         if not names:
-            return {}
+            return {}, {}
         pattern = "^(" + "|".join(name.replace(".", "[.]") for name in names) + ")/"
         run = subprocess.run(
             ["taskset", "-c", str(max(os.sched_getaffinity(0))), self.path, f"--benchmark_filter={pattern}",
@@ -58,9 +60,11 @@ class Program:
             stdout=subprocess.PIPE, text=True)
         if run.returncode != 0 or not run.stdout:
             raise RuntimeError(f"{self.path} failed in the time mode")
-        return {name: one["real_time"] / self.operations[name]
-                for one in json.loads(run.stdout)["benchmarks"] if one["aggregate_name"] == "median"
-                for name in [re.sub(r"(/iterations:\d+)?/manual_time$", "", one["run_name"])]}
+        aggregates = {}
+        for one in json.loads(run.stdout)["benchmarks"]:
+            name = re.sub(r"(/iterations:\d+)?/manual_time$", "", one["run_name"])
+            aggregates.setdefault(one["aggregate_name"], {})[name] = one["real_time"]
+        return {name: median / self.operations[name] for name, median in aggregates["median"].items()}, aggregates["cv"]
 
     def counted(self, names):
         return {name: float(self._output("--count", name)) for name in names}

@@ -8,7 +8,7 @@ bounds the figure itself.
 report.json has one row for each target and size: `figure` is ours, `floor` or `peer` what it is compared with, and
 `against` who that is. `ratio` is ours to theirs; a bound from below is on theirs to ours. `timeRatio` is the same ratio
 in time, beside one that is held in instructions, where the run measured both. The floor of growth is the same event where
-the least stands around it.
+the least stands around it. `timeSpread` has the coefficient of variation of each time, as a fraction.
 """
 
 import argparse
@@ -110,6 +110,15 @@ def named(what, pairs_in_both):
     return f"; {len(each)} {what}: " + ", ".join(each) if each else ""
 
 
+def spread_text(spreads, targets):
+    """How much the least steady of the times varies that a target in time goes by."""
+    deciding = held([one for one in targets if one["mode"] == "time"], spreads)
+    if deciding:
+        name = max(deciding, key=spreads.get)
+        yield (f"Of the times that targets are held in, {name} varies most between the repetitions: its coefficient of "
+               f"variation is {100 * spreads[name]:.1f} %.")
+
+
 def worsened(baseline, rows):
     """What is worse than the baseline by more than the tolerance, or stands in only one of the two."""
     ratios = {key(one): one for one in rows}
@@ -201,8 +210,8 @@ def timed_cases(program, targets, arguments):
 
 
 def measure(program, targets, arguments):
-    """The figures by mode and name, and what could not be measured, in words."""
-    figures, failures = {}, []
+    """The figures by mode and name, how much each time varies, and what could not be measured, in words."""
+    figures, spreads, failures = {}, {}, []
     if arguments.mode != "time":
         cases = counted_cases(program, targets, arguments)
         print(f"counting the instructions of {len(cases)} cases", file=sys.stderr)
@@ -211,16 +220,18 @@ def measure(program, targets, arguments):
     if arguments.mode != "instructions":
         cases = timed_cases(program, targets, arguments)
         print(f"timing {len(cases)} cases, {arguments.repetitions} repetitions", file=sys.stderr)
-        figures["time"] = program.times(cases, arguments.repetitions)
+        figures["time"], spreads = program.times(cases, arguments.repetitions)
         try:
-            figures["time"].update(lttng_times(arguments))
+            times, varying = lttng_times(arguments)
+            figures["time"].update(times)
+            spreads.update(varying)
         except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
             failures.append(f"LTTng-UST: {error}")
         try:
             figures["program"] = program_figures(arguments)
         except Exception as error:  # whatever goes wrong there, the other figures are not to be lost
             failures.append(f"the programs: {type(error).__name__}: {error}")
-    return figures, failures
+    return figures, spreads, failures
 
 
 def time_text(program, figures, arguments):
@@ -235,7 +246,7 @@ def lttng_times(arguments):
     tracer = Program(arguments.lttng) if arguments.lttng else None
     cases = matching(tracer.operations, arguments) if tracer else []
     if not cases:
-        return {}
+        return {}, {}
     with lttng_session.session():
         return tracer.times(cases, arguments.repetitions)
 
@@ -259,13 +270,13 @@ def main():
     program = Program(arguments.program)
     refuse_unmatched(targets, program)
 
-    figures, failures = measure(program, targets, arguments)
+    figures, spreads, failures = measure(program, targets, arguments)
     if not failures and not any(figures.values()):
         sys.exit(f"bench: {arguments.filter} matches nothing that is measured in mode {arguments.mode}")
     measured = {name for mode in figures.values() for name in mode}
     rows = [row(*pair, figures) for pair in pairs(targets, measured)
             if pair[1] in figures.get(pair[0]["mode"], {})]
-    notes = [*agreement(figures), *page.not_measured(failures)]
+    notes = [*agreement(figures), *spread_text(spreads, targets), *page.not_measured(failures)]
     listed = page.text_figures(figures) if arguments.filter != "*" else []
     for line in [*listed, *page.text_table(rows), *notes]:
         print(line)
@@ -274,8 +285,8 @@ def main():
     if arguments.output:
         with open(arguments.output, "w") as file:
             json.dump({"version": 2, "machine": about, "repetitions": arguments.repetitions, "batches": program.batches,
-                       "figures": figures, "notMeasured": failures, "agreement": list(agreement(figures)),
-                       "rows": rows}, file, indent=1)
+                       "figures": figures, "timeSpread": spreads, "notMeasured": failures,
+                       "agreement": list(agreement(figures)), "rows": rows}, file, indent=1)
     if arguments.page:
         page.write(arguments.page, about, rows, figures, notes, time_text(program, figures, arguments))
     compared = [*rows, *untargeted(rows, figures)]
