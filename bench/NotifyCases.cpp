@@ -2,7 +2,9 @@
 // figure is per notification of all subscribers, and per subscription with its end.
 
 #include <array>
+#include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal.hpp>
+#include <boost/signals2/signal_type.hpp>
 #include <deque>
 #include <memory>
 #include <string>
@@ -17,6 +19,10 @@ namespace Bench {
 namespace {
 
 using Vunda::FieldId;
+using Signal = boost::signals2::signal<void(int)>;
+// As one would have it where one thread alone uses it.
+using UnlockedSignal = boost::signals2::signal_type<
+    void(int), boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
 
 std::uint64_t calls = 0;
 
@@ -41,6 +47,15 @@ struct Subscribers {
   std::vector<Vunda::Subscriber> slots;
 };
 
+template <class Signal>
+Body signalOf(std::size_t count) {
+  auto const signal = std::make_shared<Signal>();
+  for (std::size_t i = 0; i < count; ++i) signal->connect([](int) { ++calls; });
+  return metered([signal](std::uint64_t n) {
+    for (std::uint64_t i = 0; i < n; ++i) (*signal)(1);
+  });
+}
+
 void addNotification(std::size_t count) {
   std::string const name = "notify/" + std::to_string(count);
   Register(name + "/ours", 1000, [count]() -> Body {
@@ -60,13 +75,8 @@ void addNotification(std::size_t count) {
       }
     });
   });
-  Register(name + "/boost", 1000, [count]() -> Body {
-    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
-    for (std::size_t i = 0; i < count; ++i) signal->connect([](int) { ++calls; });
-    return metered([signal](std::uint64_t n) {
-      for (std::uint64_t i = 0; i < n; ++i) (*signal)(1);
-    });
-  });
+  Register(name + "/boost", 1000, [count] { return signalOf<Signal>(count); });
+  Register(name + "/boost-unlocked", 1000, [count] { return signalOf<UnlockedSignal>(count); });
 }
 
 // The last to come is the first to go.
@@ -82,7 +92,7 @@ void addSubscriptionOfOne() {
     });
   });
   Register("subscribe/1/boost", 1000, []() -> Body {
-    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
+    auto const signal = std::make_shared<Signal>();
     return metered([signal](std::uint64_t n) {
       for (std::uint64_t i = 0; i < n; ++i) signal->connect([](int) { ++calls; }).disconnect();
     });
@@ -112,7 +122,7 @@ void addSubscriptionAmongEight() {
     });
   });
   Register("subscribe/8/boost", 1000, []() -> Body {
-    auto const signal = std::make_shared<boost::signals2::signal<void(int)>>();
+    auto const signal = std::make_shared<Signal>();
     auto const connect = [signal] { return signal->connect([](int) { ++calls; }); };
     auto const connections = std::make_shared<std::vector<boost::signals2::connection>>();
     for (int i = 0; i < 9; ++i) connections->push_back(connect());
