@@ -1,6 +1,7 @@
 // The benchmark program. Without arguments of its own it is an ordinary Google Benchmark program
 // (time mode). Run by callgrind with --instructions NAME, it does one case, collecting in the
-// metered parts alone (instruction mode). --count NAME prints a figure that is counted.
+// metered parts alone (instruction mode). --count NAME prints a figure that is counted, --about what
+// it was built with: compiler, flags, peers.
 
 #include "bench/Case.h"
 
@@ -108,6 +109,8 @@ int about() {
 #else
   std::printf("GCC %s\n", __VERSION__);
 #endif
+  std::puts(ORU_BENCH_FLAGS);
+  std::puts(ORU_BENCH_PEERS);
   return 0;
 }
 

@@ -190,9 +190,9 @@ struct RegisterKeyed {
       add<Table<absl::flat_hash_map<std::string, void*>>>(size, "abseil");
       add<Table<std::unordered_map<std::string, void*>>>(size, "std");
 #if BOOST_VERSION >= 108100
-      add<Table<boost::unordered_flat_map<std::string, void*>>>(size, "boost");
+      add<Table<boost::unordered_flat_map<std::string, void*>>>(size, "boost-unordered_flat_map");
 #else
-      add<Table<boost::unordered_map<std::string, void*>>>(size, "boost");
+      add<Table<boost::unordered_map<std::string, void*>>>(size, "boost-unordered_map");
 #endif
       add<MultiIndex>(size, "multi_index");
     }

@@ -32,7 +32,7 @@ class Program:
         return subprocess.run([self.path, *arguments], check=True, capture_output=True, text=True).stdout
 
     def about(self):
-        return self._output("--about").strip()
+        return dict(zip(("compiler", "flags", "peers"), self._output("--about").splitlines()))
 
     def instructions(self, names):
         def one(name):

@@ -14,7 +14,12 @@ def machine(program):
         model = re.search(r"^model name\s*:\s*(.*)$", file.read(), re.MULTILINE)
     return {"processor": model.group(1) if model else platform.machine(), "cores": os.cpu_count(),
             "system": platform.freedesktop_os_release().get("PRETTY_NAME", platform.system()),
-            "compiler": program.about()}
+            **program.about()}
+
+
+def machine_text(about):
+    return (f"{about['processor']}, {about['cores']} cores; {about['system']}; {about['compiler']}, {about['flags']}; "
+            f"{about['peers']}.")
 
 
 def summary(rows):
@@ -147,7 +152,7 @@ def write(folder, about, rows, figures, notes, how_timed):
     path = os.path.join(folder, "performance.md")
     with open(path) as file:
         text = file.read()
-    text = replaced(text, "machine", [f"{about['processor']}, {about['cores']} cores; {about['system']}; {about['compiler']}."])
+    text = replaced(text, "machine", [machine_text(about)])
     text = replaced(text, "targets", [*target_table(rows), *("\n" + line for line in notes)])
     if "instructions" in figures:
         text = replaced(text, "figures", figure_table({**figures["instructions"], **figures["count"]},
