@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "bench/MainJob.h"
@@ -36,9 +37,9 @@ template <class T>
 class Attribute {
  public:
   T const& get() const { return value_; }
-  void set(T const& value) {
+  void set(T value) {
     if (value == value_) return;
-    value_ = value;
+    value_ = std::move(value);
     changed(value_);
   }
   boost::signals2::signal<void(T const&)> changed;
@@ -51,8 +52,8 @@ template <class K, class V>
 class Table {
  public:
   std::unordered_map<K, V> const& all() const { return members_; }
-  void set(K const& key, V const& value) {
-    members_.insert_or_assign(key, value);
+  void set(K const& key, V value) {
+    members_.insert_or_assign(key, std::move(value));
     changed(key);
   }
   void erase(K const& key) {
@@ -162,8 +163,8 @@ class ChipMachine {
     auto const slice = system_->sliceToChips.all().find(slice_);
     if (slice != system_->sliceToChips.all().end()) chips = slice->second;
     chips.insert(id);
-    system_->sliceToChips.set(slice_, chips);
-    system_->chipInfo.set(id, info);
+    system_->sliceToChips.set(slice_, std::move(chips));
+    system_->chipInfo.set(id, std::move(info));
   }
 
   void remove() {
@@ -171,13 +172,12 @@ class ChipMachine {
     int const id = config_->deviceId.get();
     auto const found = system_->chipInfo.all().find(id);
     if (found == system_->chipInfo.all().end()) return;
-    ChipInfo const info = found->second;
-    for (std::string const& intf : info.intfs) system_->intfToChipPort.erase(intf);
+    for (std::string const& intf : found->second.intfs) system_->intfToChipPort.erase(intf);
     auto const slice = system_->sliceToChips.all().find(slice_);
     std::set<int> chips =
         slice == system_->sliceToChips.all().end() ? std::set<int>() : slice->second;
     chips.erase(id);
-    system_->sliceToChips.set(slice_, chips);
+    system_->sliceToChips.set(slice_, std::move(chips));
     system_->chipInfo.erase(id);
   }
 
@@ -249,12 +249,9 @@ class CommodityJob : public MainJob {
 
   void resetEverything() override {
     double const requested = now();
-    for (auto const& [sliceName, any] : slices_) {
-      std::shared_ptr<SliceMachine> const slice = slices_.find(sliceName)->second;
-      for (auto const& [chipName, other] : slice->chips) {
-        std::shared_ptr<ChipMachine> const chip = slice->chips.find(chipName)->second;
+    for (auto const& [sliceName, slice] : slices_) {
+      for (auto const& [chipName, chip] : slice->chips)
         if (requested > chip->config()->genTime.get()) chip->reset(true);
-      }
     }
   }
 
