@@ -4,7 +4,8 @@
 //
 // The interfaces of a published chip are a vector: ours is a set that may be asked for a member, but
 // in the main job nobody asks, they are only gone through when the chip is withdrawn. The chips of a
-// slice are a set, since they come and go one by one.
+// slice are a set, since they come and go one by one. What the platform and the agents tell is only
+// gone through, too: vectors.
 
 #include <absl/container/flat_hash_map.h>
 #include <absl/container/flat_hash_set.h>
@@ -56,8 +57,8 @@ class FlatJob : public MainJob {
                   {}};
         for (int port = 0; port < size.ports; ++port) {
           Key const intf = known<Key>(intfName(slice, chip, port));
-          hw.ports.emplace(static_cast<std::uint16_t>(port), intf);
-          hw.status.intfToPort.emplace(intf, static_cast<std::uint16_t>(port));
+          hw.ports.emplace_back(static_cast<std::uint16_t>(port), intf);
+          hw.status.intfToPort.emplace_back(intf, static_cast<std::uint16_t>(port));
         }
         board.chips.push_back(std::move(hw));
       }
@@ -69,26 +70,24 @@ class FlatJob : public MainJob {
     Board& board = boards_[static_cast<std::size_t>(index)];
     board.genTime = now();
     auto& configs = config_[board.name];
-    for (HwChip& chip : board.chips) configs[chip.name].deviceId = chip.deviceId;
+    configs.reserve(board.chips.size());  // a chip keeps a pointer to its own
     auto& hwStatusGenTime = hwStatus_[board.name];
     sliceLauncher_.insert(board.name);
-    Slice& slice = slices_[board.name];
-    slice.name = board.name;
+    auto& chips = slices_[board.name];
     for (HwChip& chip : board.chips) {
       ChipConfig& config = configs[chip.name];
       config.deviceId = chip.deviceId;
-      slice.chips.emplace(chip.name, Chip{chip.name, board.name, &chip, &config});
+      chips.emplace(chip.name, Chip{chip.name, board.name, &chip, &config});
       chipLauncher_.insert(chip.name);
     }
     if (board.genTime > hwStatusGenTime) {
-      for (auto& [name, chip] : slice.chips) reset(chip, true);
+      for (auto& [name, chip] : chips) reset(chip, true);
       hwStatusGenTime = board.genTime;
     }
   }
 
   void publishSlice(int index) override {
-    Slice& slice = slices_.find(boards_[static_cast<std::size_t>(index)].name)->second;
-    for (auto& [name, chip] : slice.chips) {
+    for (auto& [name, chip] : slices_.find(boards_[static_cast<std::size_t>(index)].name)->second) {
       chip.hw->status.genTime = chip.config->genTime;
       if (chip.config->genTime != 0 && chip.config->enabled) add(chip);
     }
@@ -96,26 +95,23 @@ class FlatJob : public MainJob {
 
   void resetEverything() override {
     double const requested = now();
-    for (auto& [sliceName, each] : slices_) {
-      Slice& slice = slices_.find(sliceName)->second;
-      for (auto& [chipName, any] : each.chips) {
-        Chip& chip = slice.chips.find(chipName)->second;
+    for (auto& [sliceName, chips] : slices_) {
+      for (auto& [chipName, chip] : chips)
         if (requested > chip.config->genTime) reset(chip, true);
-      }
     }
   }
 
   void removeSlice(int index) override {
-    Key const name = boards_[static_cast<std::size_t>(index)].name;
+    Key const& name = boards_[static_cast<std::size_t>(index)].name;
     hwStatus_.erase(name);
-    Slice& slice = slices_.find(name)->second;
-    for (auto& [chipName, chip] : slice.chips) {
+    auto const slice = slices_.find(name);
+    for (auto& [chipName, chip] : slice->second) {
       reset(chip, false);
       chipLauncher_.erase(chipName);
     }
     sliceLauncher_.erase(name);
     sliceToChips_.erase(name);
-    slices_.erase(name);
+    slices_.erase(slice);
   }
 
   std::size_t published() const override {
@@ -127,12 +123,12 @@ class FlatJob : public MainJob {
  private:
   struct Status {
     double genTime = 0;
-    absl::flat_hash_map<Key, std::uint16_t> intfToPort;
+    std::vector<std::pair<Key, std::uint16_t>> intfToPort;
   };
   struct HwChip {
     Key name;
     std::uint8_t deviceId;
-    absl::flat_hash_map<std::uint16_t, Key> ports;
+    std::vector<std::pair<std::uint16_t, Key>> ports;
     Status status;
   };
   struct Board {
@@ -152,10 +148,6 @@ class FlatJob : public MainJob {
     HwChip* hw;
     ChipConfig* config;
   };
-  struct Slice {
-    Key name;
-    absl::flat_hash_map<Key, Chip> chips;
-  };
   struct ChipInfo {
     std::uint8_t deviceId = 64;
     Key name{};
@@ -166,23 +158,28 @@ class FlatJob : public MainJob {
 
   void add(Chip& chip) {
     std::uint8_t const id = chip.config->deviceId;
-    if (auto it = chipInfo_.find(id); it != chipInfo_.end()) {
-      if (it->second.genTime == chip.hw->status.genTime) return;
-      remove(chip);
+    auto const [place, isNew] = chipInfo_.try_emplace(id);
+    ChipInfo& info = place->second;
+    if (!isNew) {
+      if (info.genTime == chip.hw->status.genTime) return;
+      withdrawInterfaces(info);
     }
-    ChipInfo info{id, chip.name, chip.sliceName, {}, chip.config->genTime};
+    info = {id, chip.name, chip.sliceName, {}, chip.config->genTime};
     info.intfs.reserve(chip.hw->ports.size());
     for (auto const& [port, intf] : chip.hw->ports) info.intfs.push_back(intf);
     for (auto const& [intf, port] : chip.hw->status.intfToPort)
       intfToChipPort_.insert_or_assign(intf, ChipPort{id, port});
     sliceToChips_[chip.sliceName].insert(id);
-    chipInfo_.insert_or_assign(id, std::move(info));
+  }
+
+  void withdrawInterfaces(ChipInfo const& info) {
+    for (Key const& intf : info.intfs) intfToChipPort_.erase(intf);
   }
 
   void remove(Chip& chip) {
     auto const it = chipInfo_.find(chip.config->deviceId);
     if (it == chipInfo_.end()) return;
-    for (Key const& intf : it->second.intfs) intfToChipPort_.erase(intf);
+    withdrawInterfaces(it->second);
     sliceToChips_[chip.sliceName].erase(chip.config->deviceId);
     chipInfo_.erase(it);
   }
@@ -199,7 +196,7 @@ class FlatJob : public MainJob {
   absl::flat_hash_map<Key, double> hwStatus_;
   absl::flat_hash_set<Key> sliceLauncher_;
   absl::flat_hash_set<Key> chipLauncher_;
-  absl::flat_hash_map<Key, Slice> slices_;
+  absl::flat_hash_map<Key, absl::flat_hash_map<Key, Chip>> slices_;
   absl::flat_hash_map<std::uint8_t, ChipInfo> chipInfo_;
   absl::flat_hash_map<Key, ChipPort> intfToChipPort_;
   absl::flat_hash_map<Key, absl::flat_hash_set<std::uint8_t>> sliceToChips_;
