@@ -79,6 +79,12 @@ void addNotification(std::size_t count) {
   Register(name + "/boost-unlocked", 1000, [count] { return signalOf<UnlockedSignal>(count); });
 }
 
+// The least that knows whom to call, and forgets the last one again.
+struct FloorPublisher {
+  std::array<Vunda::Subscriber::Callback, 8> functions{};
+  std::size_t count = 0;
+};
+
 // The last to come is the first to go.
 void addSubscriptionOfOne() {
   Register("subscribe/1/ours", 1000, []() -> Body {
@@ -88,6 +94,18 @@ void addSubscriptionOfOne() {
       for (std::uint64_t i = 0; i < n; ++i) {
         slot.subscribeTo(*source, &countCall);
         slot.unsubscribeFrom(*source);
+      }
+    });
+  });
+  Register("subscribe/1/floor", 1000, []() -> Body {
+    auto const publisher = std::make_shared<FloorPublisher>();
+    return metered([publisher](std::uint64_t n) {
+      FloorPublisher* to = publisher.get();
+      for (std::uint64_t i = 0; i < n; ++i) {
+        hide(to);
+        to->functions[to->count++] = &countCall;
+        hide(to);
+        to->functions[--to->count] = nullptr;
       }
     });
   });
@@ -160,18 +178,35 @@ struct Audience {
     if (fourth.subscribed()) fourth.unsubscribeFrom(source);
     for (auto& slot : behind) slot.unsubscribeFrom(source);
   }
+  void change() { source->change(); }
   Vunda::Ptr<Source> const source = Vunda::makeNode<Source>();
   std::array<Vunda::Subscriber, 3> before;
   LeavingSlot fourth;
   std::array<Vunda::Subscriber, 4> behind;
 };
 
-Body delivery(Vunda::Subscriber::Callback toFourth) {
-  return [toFourth](Meter& meter, std::uint64_t n) {
-    std::deque<Audience> audiences;
-    for (std::uint64_t i = 0; i < n; ++i) audiences.emplace_back(toFourth);
+// The peer: its fourth has itself disconnected, and is passed over from then on; its place is taken
+// back when the signal is next changed or delivered.
+struct BoostAudience {
+  BoostAudience() {
+    for (int i = 0; i < 3; ++i) signal.connect([](int) { ++calls; });
+    signal.connect_extended([](boost::signals2::connection const& self, int) {
+      ++calls;
+      self.disconnect();
+    });
+    for (int i = 0; i < 4; ++i) signal.connect([](int) { ++calls; });
+  }
+  void change() { signal(1); }
+  Signal signal;
+};
+
+template <class Listeners, class... Arguments>
+Body delivery(Arguments... arguments) {
+  return [=](Meter& meter, std::uint64_t n) {
+    std::deque<Listeners> all;
+    for (std::uint64_t i = 0; i < n; ++i) all.emplace_back(arguments...);
     meter.start();
-    for (Audience& audience : audiences) audience.source->change();
+    for (Listeners& one : all) one.change();
     meter.stop();
   };
 }
@@ -181,8 +216,9 @@ struct RegisterNotifications {
     for (std::size_t const count : {1U, 8U, 64U}) addNotification(count);
     addSubscriptionOfOne();
     addSubscriptionAmongEight();
-    Register("self-removal/8/ours", 100, [] { return delivery(&leave); });
-    Register("self-removal/8/plain", 100, [] { return delivery(&countCall); });
+    Register("self-removal/8/ours", 100, [] { return delivery<Audience>(&leave); });
+    Register("self-removal/8/plain", 100, [] { return delivery<Audience>(&countCall); });
+    Register("self-removal/8/boost", 100, [] { return delivery<BoostAudience>(); });
   }
 } const registerNotifications;
 
