@@ -113,14 +113,17 @@ def growth_table(grown):
 
 def plot(grown):
     """One panel per event: cost relative to the smallest, over the growth; both axes logarithmic, 1 to 100."""
-    side, gap, top, left = 200, 60, 40, 50
-    width, height = left + len(EVENTS) * (side + gap), top + side + 60
+    side, gap, top, left = 200, 60, 40, 70
+    width, height = left + len(EVENTS) * (side + gap), top + side + 80
     yield (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" font-family="sans-serif"'
            ' font-size="12">')
     yield f'<rect width="{width}" height="{height}" fill="white"/>'
     for panel, event in enumerate(EVENTS):
         x0 = left + panel * (side + gap)
         yield f'<text x="{x0}" y="{top - 14}" font-weight="bold">{event}</text>'
+        yield (f'<text x="{x0 + side / 2:g}" y="{top + side + 34}" text-anchor="middle">count, relative to the first</text>'
+               f'<text x="{x0 - 34}" y="{top + side / 2:g}" text-anchor="middle"'
+               f' transform="rotate(-90 {x0 - 34} {top + side / 2:g})">cost, relative to the first</text>')
         for step in (0, 1, 2):
             at, label = side * step / 2, 10 ** step
             yield (f'<path d="M{x0} {top + side - at:g}h{side}M{x0 + at:g} {top}v{side}" stroke="#ddd" fill="none"/>'
