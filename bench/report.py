@@ -179,7 +179,7 @@ def matching(names, arguments):
 
 
 def held(targets, names):
-    return {name for _, *both in pairs(targets, names) for name in both}
+    return {name for _, *both in pairs(targets, names) for name in both if name}
 
 
 def refuse_unmatched(targets, program):
