@@ -11,7 +11,7 @@
 
 namespace Kesh {
 
-constinit HashMap2018Generic::NoBlock HashMap2018Generic::noBlock;
+constinit HashMap2018Generic::NoBlock HashMap2018Generic::noBlock_;
 
 HashMap2018Generic::HashMap2018Generic(HashMap2018Generic const& other)
     : operations_(other.operations_) {
@@ -75,8 +75,8 @@ void HashMap2018Generic::releaseMembers() noexcept {
 void HashMap2018Generic::emptyAllBuckets() noexcept {
   ORU_ASSERT(live_ == 0 && iterators_ == 0);
   freeBlock(block_);
-  block_ = reinterpret_cast<char*>(&noBlock);
-  index_ = noBlock.index;
+  block_ = reinterpret_cast<char*>(&noBlock_);
+  index_ = noBlock_.index;
   indexMask_ = 1;
   indexShift_ = 31;
   size_ = 0;
@@ -196,7 +196,7 @@ void HashMap2018Generic::allocate(std::uint32_t capacity) {
 }
 
 void HashMap2018Generic::freeBlock(char* block) noexcept {
-  if (block != reinterpret_cast<char*>(&noBlock)) ::operator delete(block);
+  if (block != reinterpret_cast<char*>(&noBlock_)) ::operator delete(block);
 }
 
 void HashMap2018Generic::verify() const {

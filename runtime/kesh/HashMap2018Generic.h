@@ -308,11 +308,11 @@ class ORU_EXPORT HashMap2018Generic {
     std::uint32_t end = endTag;
     std::uint32_t index[2] = {0, 0};
   };
-  static NoBlock noBlock;
+  static NoBlock noBlock_;
 
   Operations const* operations_;
-  char* block_ = reinterpret_cast<char*>(&noBlock);
-  std::uint32_t* index_ = noBlock.index;
+  char* block_ = reinterpret_cast<char*>(&noBlock_);
+  std::uint32_t* index_ = noBlock_.index;
   std::uint32_t indexMask_ = 1;    // slots of the index, minus one
   std::uint32_t indexShift_ = 31;  // of a hash, to a slot
   std::uint32_t size_ = 0;         // entries in use, dead ones included
