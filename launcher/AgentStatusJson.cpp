@@ -40,7 +40,8 @@ std::uint64_t countOf(JsonObject& object, char const* field) {
 
 std::optional<ProcessIdentity> processOf(JsonObject& object) {
   if (!object.has("pid")) return std::nullopt;
-  auto const pid = object.integer("pid", 1, std::numeric_limits<pid_t>::max());
+  // The group of the first process would be everybody: kill(-1, ...).
+  auto const pid = object.integer("pid", 2, std::numeric_limits<pid_t>::max());
   return ProcessIdentity{static_cast<pid_t>(pid), countOf(object, "startTicks"),
                          object.string("bootId")};
 }

@@ -88,6 +88,7 @@ TEST(AgentStatusJson, OtherTextsAreRefused) {
   };
   EXPECT_THAT(with("state", "gone"), StartsWith("state is not a state of an agent"));
   EXPECT_THAT(with("pid", 0), StartsWith("pid is not"));
+  EXPECT_THAT(with("pid", 1), StartsWith("pid is not")) << "a signal to its group goes to all";
   EXPECT_THAT(with("starts", -1), StartsWith("starts is not"));
   EXPECT_THAT(with("since", "now"), StartsWith("since is not"));
   EXPECT_THAT(with("restarts", json::object()), StartsWith("restarts.wanted is missing"));
