@@ -1,13 +1,8 @@
 #include "launcher/LauncherConfig.h"
 
-#include <array>
-#include <cerrno>
 #include <cmath>
-#include <fstream>
-#include <iterator>
-#include <limits>
-#include <system_error>
 
+#include "mount/FileTree.h"
 #include "mount/Json.h"
 
 namespace Oru::Launcher {
@@ -135,15 +130,12 @@ void LauncherConfig::readNames(Mount::JsonObject names, AgentKind kind) {
 }
 
 LauncherConfig LauncherConfig::load(std::string const& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string text;
-  try {
-    if (!stream.is_open()) throw std::ios_base::failure("open");
-    text.assign(std::istreambuf_iterator<char>(stream), {});
-  } catch (std::ios_base::failure const&) {  // of a directory, too
-    throw ConfigError(file + ": cannot be read: " + std::generic_category().message(errno));
-  }
-  return parse(text, file);
+  using State = Mount::Backend::Reading::State;
+  auto const reading = Mount::readOrdinaryFile(file);
+  if (reading.state == State::present) return parse(reading.text, file);
+  std::string const reason =
+      reading.state == State::refused ? reading.reason : "No such file or directory";
+  throw ConfigError(file + ": cannot be read: " + reason);
 }
 
 Command LauncherConfig::commandFor(AgentId const& id, std::string_view tree) const {

@@ -43,6 +43,7 @@ class LauncherConfig {
   LauncherConfig() = default;
   // Raises ConfigError; `file` is for its text.
   static LauncherConfig parse(std::string_view text, std::string const& file);
+  // Of a regular file of at most 1 MiB.
   static LauncherConfig load(std::string const& file);
 
   // Raises StartError when there is no command for the agent. `tree` is the absolute path of the

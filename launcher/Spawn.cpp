@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -25,10 +26,29 @@ void require(int error, char const* what) {
   if (error != 0) throw StartError(std::string(what) + ": " + errorText(error));
 }
 
-UniqueFd open(std::string const& path, int flags, char const* what) {
-  UniqueFd fd(::open(path.c_str(), flags | O_CLOEXEC, 0640));
-  if (!fd) throw StartError(std::string(what) + ' ' + path + ": " + errorText(errno));
-  return fd;
+UniqueFd openDirectory(std::string const& path) {
+  UniqueFd directory(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!directory) throw StartError("working directory " + path + ": " + errorText(errno));
+  return directory;
+}
+
+// Empty when the file that was opened, or was not, is fit to be one.
+std::string faultOfLog(UniqueFd const& log) {
+  // A pipe that nobody reads, or a socket.
+  if (!log) return errno == ENXIO ? "is no regular file" : errorText(errno);
+  struct stat status {};
+  if (::fstat(log.get(), &status) < 0) return errorText(errno);
+  return S_ISREG(status.st_mode) ? std::string() : "is no regular file";
+}
+
+UniqueFd openLog(std::string const& path) {
+  // Not to wait for the reader of a pipe; for a regular file it means nothing.
+  constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  UniqueFd log(::open(path.c_str(), flags, 0640));
+  if (std::string const fault = faultOfLog(log); !fault.empty()) {
+    throw StartError("log file " + path + ": " + fault);
+  }
+  return log;
 }
 
 // What happens in the child between its birth and its program.
@@ -142,11 +162,11 @@ pid_t spawn(Command const& command, std::map<std::string, std::string> const& ma
   UniqueFd directory;
   actions.input("/dev/null");
   if (!command.logFile.empty()) {
-    log = open(command.logFile, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW, "log file");
+    log = openLog(command.logFile);
     actions.outputs(log);
   }
   if (!command.workingDirectory.empty()) {
-    directory = open(command.workingDirectory, O_PATH | O_DIRECTORY, "working directory");
+    directory = openDirectory(command.workingDirectory);
     actions.workingDirectory(directory);
   }
   actions.closeOthers();

@@ -207,11 +207,12 @@ Backend::Reading failed(std::error_code error) {
   return {Backend::Reading::State::refused, {}, error.message(), true};
 }
 
-Backend::Reading readFile(int directory, char const* name) {
+// `links` is O_NOFOLLOW, or 0 to follow them.
+Backend::Reading readFile(int directory, char const* name, int links) {
   // Not to block on a pipe, not to become a terminal's owner; the type is looked at before anything
   // is read.
   UniqueFd const file(
-      ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+      ::openat(directory, name, O_RDONLY | links | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) {
     if (errno == ELOOP) return refused(typeText(S_IFLNK));
     // A socket, or a device without driver.
@@ -270,6 +271,10 @@ TreeFileName TreeFileName::of(std::string_view fileName) {
   if (fileName.starts_with('.')) return {Form::hidden, {}};
   if (!fileName.ends_with(extension)) return {Form::other, decodedName(fileName)};
   return {Form::value, decodedName(fileName.substr(0, fileName.size() - extension.size()))};
+}
+
+Backend::Reading readOrdinaryFile(std::string const& path) {
+  return readFile(AT_FDCWD, path.c_str(), 0);
 }
 
 std::error_code FileTree::makeRoot() const {
@@ -335,7 +340,7 @@ Backend::Reading FileTree::read(TreePath const& value) const {
   std::error_code error;
   UniqueFd const at = openDirectory(value.parent(), Missing::refuse, error);
   if (!at) return failed(error);
-  return readFile(at.get(), fileName(value).c_str());
+  return readFile(at.get(), fileName(value).c_str(), O_NOFOLLOW);
 }
 
 std::optional<struct ::stat> FileTree::status(TreePath const& value) const {

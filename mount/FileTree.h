@@ -76,6 +76,10 @@ class FileTree {
   std::string const root_;
 };
 
+// What a file that stands in no tree holds, read as those of a tree are: a regular file of at most
+// FileTree::sizeLimit bytes, and nothing is waited for. Links are followed.
+Backend::Reading readOrdinaryFile(std::string const& path);
+
 // A file name's meaning in a directory of a tree.
 struct TreeFileName {
   enum class Form { hidden, value, other };

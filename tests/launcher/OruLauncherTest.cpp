@@ -392,7 +392,23 @@ TEST_F(OruLauncherTest, TheCommandLineIsChecked) {
   EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: No such file or directory"));
   std::filesystem::create_directory(folder.path() / "launcher.json");
   EXPECT_EQ(exitCodeOf({}), 3);
-  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: Is a directory"));
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: is a directory"));
+}
+
+TEST_F(OruLauncherTest, AConfigurationThatNeverEndsIsRefused) {
+  std::string const file = folder.path() / "launcher.json";
+  std::filesystem::remove(file);
+  ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: is a pipe"));
+  std::filesystem::remove(file);
+  std::filesystem::create_symlink("/dev/zero", file);
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: is a device"));
+  std::filesystem::remove(file);
+  write(file, std::string((1U << 20) + 1, ' '));
+  EXPECT_EQ(exitCodeOf({}), 3);
+  EXPECT_THAT(log(), HasSubstr("launcher.json: cannot be read: is larger than 1048576 bytes"));
 }
 
 }  // namespace

@@ -169,6 +169,15 @@ TEST_F(SystemProcessesTest, ALogFileThatIsALinkIsRefused) {
   EXPECT_EQ(contents("target"), "kept");
 }
 
+TEST_F(SystemProcessesTest, ALogFileThatIsAPipeIsRefusedAndNotWaitedFor) {
+  makeGate("log");
+  Command command = script("echo lost");
+  command.logFile = path("log");
+  EXPECT_EQ(refusalOf(command), "log file " + path("log") + ": is no regular file");
+  Mount::UniqueFd const reader(::open(path("log").c_str(), O_RDONLY | O_NONBLOCK));
+  EXPECT_EQ(refusalOf(command), "log file " + path("log") + ": is no regular file");
+}
+
 TEST_F(SystemProcessesTest, SaysWhyAProcessCannotBeStarted) {
   Command command;
   command.argv = {"oru-no-such-program"};
