@@ -65,6 +65,11 @@ void AgentProcess::entryIs(std::optional<double> restart) {
   around_.observer.changed(*this, "restart wanted while it stops");
 }
 
+void AgentProcess::entryRefused() {
+  bool const isNew = !std::exchange(hasEntry_, true);
+  if (isNew && process_ == nullptr) start(StartCause::entry);
+}
+
 void AgentProcess::entryDel(std::string const& why) {
   hasEntry_ = false;
   if (status_.state == AgentState::running) return stop(why);

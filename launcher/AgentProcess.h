@@ -60,6 +60,8 @@ class AgentProcess {
   // The entry is there, with this restart number, if any. A number other than the one before asks
   // for a restart.
   void entryIs(std::optional<double> restart);
+  // The entry is there and says nothing that can be used: what was known of it stays in force.
+  void entryRefused();
   // `why` is for the log.
   void entryDel(std::string const& why = "its entry is gone");
   // What kept the agent from being started may be gone: tries now, not when the delay is over.

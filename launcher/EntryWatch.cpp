@@ -144,22 +144,26 @@ void EntryWatch::reportStrays(AgentKind kind, Listing const& listing) {
 }
 
 bool EntryWatch::lookAt(AgentId const& id) {
-  std::string const file = pathOf(id).valueText();
   Backend::Reading const reading = backend_.read(pathOf(id));
   if (reading.state == Backend::Reading::State::absent) return false;
   if (reading.state != Backend::Reading::State::present) {
-    bad(id.kind, file, {}, reading.reason);
+    refused(id, {}, reading.reason);
     if (reading.transient) lookAgainLater();
     return true;
   }
   try {
     auto const restart = Mount::restartOfEntry(reading.text);
-    good(id.kind, file);
+    good(id.kind, pathOf(id).valueText());
     table_.entryIs(id, restart);
   } catch (Mount::JsonError const& error) {
-    bad(id.kind, file, error.place(), error.reason());
+    refused(id, error.place(), error.reason());
   }
   return true;
+}
+
+void EntryWatch::refused(AgentId const& id, std::string const& place, std::string const& reason) {
+  bad(id.kind, pathOf(id).valueText(), place, reason);
+  table_.entryRefused(id);
 }
 
 void EntryWatch::agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing) {

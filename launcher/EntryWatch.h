@@ -18,7 +18,8 @@ namespace Oru::Launcher {
 // Tells the table which launcher entries there are, from launcher/<kind>/<name> of the state tree.
 //
 //   bad entries      are reported as problems, and so is what stands in launcher/ and is no
-//                    directory of a kind; an agent whose entry turns bad goes on as it is
+//                    directory of a kind; an agent whose entry turns bad goes on as it is, and one
+//                    that an earlier launcher has left keeps the entry that was recorded
 //   errors           that may pass without a word are looked at again, with back-off
 //   no directory     says nothing: nobody has written entries, or the tree is away. The agents go
 //                    on. When the directory is there again, its writer gets `settlingTime` to put
@@ -60,6 +61,7 @@ class EntryWatch final : private Mount::Backend::Observer {
   void reportStrays(AgentKind kind, Listing const& listing);
   // Returns false when the entry is not there.
   bool lookAt(AgentId const& id);
+  void refused(AgentId const& id, std::string const& place, std::string const& reason);
   void agentsOfMissingEntriesEnd(AgentKind kind, Listing const& listing);
   // The directory, or all of them, may be new.
   void settle(AgentKind kind);

@@ -25,6 +25,11 @@ void ProcessTable::entryIs(AgentId const& id, std::optional<double> restart) {
   agent(id).entryIs(restart);
 }
 
+void ProcessTable::entryRefused(AgentId const& id) {
+  auto const at = agents_.find(id);
+  if (at != agents_.end() && !at->second.isGone()) at->second.entryRefused();
+}
+
 void ProcessTable::entryDel(AgentId const& id) {
   auto const at = agents_.find(id);
   if (at != agents_.end()) at->second.entryDel();

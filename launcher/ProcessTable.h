@@ -34,11 +34,13 @@ class ProcessTable : private AgentProcess::Observer {
   ProcessTable(ProcessHost& processes, Clock& clock, CommandSource const& commands,
                OnChange onChange);
 
-  // The first three are explained at AgentProcess. Agents that were restored or adopted and have no
+  // The first four are explained at AgentProcess. Agents that were restored or adopted and have no
   // entry go on until entryDel().
   void restore(AgentId const& id, AgentStatus const& record);
   void adopt(AgentId const& id, ProcessIdentity const& identity, std::uint64_t startNumber);
   void entryIs(AgentId const& id, std::optional<double> restart);
+  // Of an agent that has neither entry nor process: nothing.
+  void entryRefused(AgentId const& id);
   void entryDel(AgentId const& id);
   // As if every entry were gone, because the launcher ends.
   void entryDelAll();

@@ -205,9 +205,13 @@ std::vector<ResetRow> resetsOf(TreeData const& data) {
 
 std::vector<AgentRow> agentsOf(TreeData const& data) {
   std::map<Launcher::AgentId, AgentRow> found;
-  for (auto const& [id, restart] : data.entries) found[id] = {id, true, nullptr};
+  for (auto const& [id, restart] : data.entries) found[id] = {id, true, false, nullptr};
   for (auto const& [id, status] : data.agents) {
-    auto& row = found.try_emplace(id, AgentRow{id, false, nullptr}).first->second;
+    auto& row = found[id];
+    if (!row.wanted) {
+      bool const bad = data.isUnreadable({"launcher", std::string(toString(id.kind)), id.name});
+      row = {id, bad, bad, nullptr};
+    }
     row.status = &status;
   }
   std::vector<AgentRow> rows;

@@ -65,7 +65,8 @@ struct ResetRow {
 };
 struct AgentRow {
   Launcher::AgentId id;
-  bool wanted = false;  // has a launcher entry
+  bool wanted = false;           // has a launcher entry
+  bool entryUnreadable = false;  // and that is not as it must be
   Launcher::AgentStatus const* status = nullptr;
 };
 struct ProblemRow {

@@ -8,6 +8,7 @@ namespace Oru::Tools {
 namespace {
 
 std::string remark(AgentRow const& row) {
+  if (row.entryUnreadable) return "its entry cannot be read";
   if (!row.wanted) return "not wanted any more";
   if (!row.status) return "not started yet";
   if (!row.status->problem.empty()) return row.status->problem;

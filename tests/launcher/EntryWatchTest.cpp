@@ -65,5 +65,80 @@ TEST_F(EntryWatchTest, TheFirstDelayAfterASuccessIsShortAgain) {
   EXPECT_NEAR(0.1, clock.nextTimer().value(), 1e-3);
 }
 
+class ARefusedEntry : public EntryWatchTest {
+ protected:
+  static inline AgentId const chip1{AgentKind::chip, "Chip1"};
+  static inline AgentStatus const waiting = [] {
+    AgentStatus status;
+    status.state = AgentState::backoff;
+    status.starts = 1;
+    status.restart = 7;
+    return status;
+  }();
+
+  void restoreRunning() {
+    AgentStatus running = waiting;
+    running.state = AgentState::running;
+    running.process = processes.orphan();
+    table.restore(chip1, running);
+  }
+  AgentState state() const {
+    AgentStatus const* status = table.status(chip1);
+    return status == nullptr ? AgentState::gone : status->state;
+  }
+  void entryIs(std::string const& text) {
+    backend.othersPut({"launcher", "chip", "Chip1"}, text);
+    OruTest::settle(loop);
+  }
+};
+
+TEST_F(ARefusedEntry, StartsAnAgentThatIsKnownFromItsRecordAndNoOther) {
+  table.restore(chip1, waiting);
+  backend.othersPut({"launcher", "chip", "Chip1"}, "nonsense");
+  backend.othersPut({"launcher", "chip", "Chip2"}, "nonsense");
+  watch.start();
+  ASSERT_EQ(1U, processes.running.size());
+  EXPECT_EQ(chip1, processes.only().id);
+  EXPECT_EQ(2U, processes.only().startNumber);
+}
+
+TEST_F(ARefusedEntry, KeepsAnAgentThatWasFoundRunningAndCrashes) {
+  restoreRunning();
+  entryIs("nonsense");
+  watch.start();
+  processes.end(processes.onlyPid());
+  EXPECT_EQ(AgentState::backoff, state());
+  clock.advance(1);
+  EXPECT_EQ(AgentState::running, state());
+}
+
+TEST_F(ARefusedEntry, IsComparedWithTheRecordWhenItIsGoodAgain) {
+  restoreRunning();
+  entryIs("nonsense");
+  watch.start();
+  entryIs(R"({"restart": 7})");
+  EXPECT_EQ(AgentState::running, state());
+  entryIs("nonsense");
+  entryIs(R"({"restart": 8})");
+  EXPECT_EQ(AgentState::stopping, state());
+}
+
+TEST_F(ARefusedEntry, SaysNothingOfTheRestartNumberThatNoRecordHas) {
+  table.adopt(chip1, processes.orphan(), 1);
+  entryIs("nonsense");
+  watch.start();
+  entryIs(R"({"restart": 7})");
+  EXPECT_EQ(AgentState::running, state());
+}
+
+TEST_F(ARefusedEntry, EndsItsAgentWhenItGoes) {
+  restoreRunning();
+  entryIs("nonsense");
+  watch.start();
+  backend.othersRemove({"launcher", "chip", "Chip1"});
+  OruTest::settle(loop);
+  EXPECT_EQ(AgentState::stopping, state());
+}
+
 }  // namespace
 }  // namespace Oru::Launcher

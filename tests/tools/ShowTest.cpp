@@ -273,4 +273,13 @@ TEST_F(ShowTest, APulledSliceIsLeavingUntilItsAgentIsGone) {
   EXPECT_EQ(Json::array(), document({"show", "slices", "--json"})["slices"]);
 }
 
+TEST_F(ShowTest, AnAgentWhoseEntryCannotBeReadIsWantedNonetheless) {
+  put({"launcher-status", "chip", "Chip1"}, running(11));
+  EXPECT_FALSE(document({"show", "agents", "--json"})["agents"][0]["wanted"]);
+  putText({"launcher", "chip", "Chip1"}, "nonsense");
+  EXPECT_TRUE(document({"show", "agents", "--json"})["agents"][0]["wanted"]);
+  ASSERT_EQ(0, run({"show", "agents"}));
+  EXPECT_NE(std::string::npos, out.find("its entry cannot be read"));
+}
+
 }  // namespace
