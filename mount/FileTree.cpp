@@ -8,9 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <csignal>
 #include <filesystem>
 #include <memory>
+
+#include "mount/ProcessNumber.h"
 
 namespace Oru::Mount {
 
@@ -124,8 +125,6 @@ pid_t writerOf(std::string_view fileName) {
   auto const [rest, error] = std::from_chars(begin, end, writer);
   return error == std::errc() && rest == end && writer > 0 ? writer : 0;
 }
-
-bool isDead(pid_t process) { return ::kill(process, 0) < 0 && errno == ESRCH; }
 
 UniqueFd makeTemporary(int directory, std::string const& name) {
   int const flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;

@@ -5,9 +5,13 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <string_view>
+#include <charconv>
+#include <chrono>
 #include <system_error>
+#include <thread>
 #include <utility>
+
+#include "mount/ProcessNumber.h"
 
 namespace Oru::Mount {
 
@@ -23,14 +27,30 @@ UniqueFd opened(std::string const& path, int mode) {
   return UniqueFd(::open(path.c_str(), mode | O_CLOEXEC | O_NOFOLLOW, 0640));
 }
 
-std::string holder(UniqueFd const& file) {
+// 0 when the file does not say.
+pid_t holder(UniqueFd const& file) {
   char text[16];
   auto const size = ::pread(file.get(), text, sizeof text, 0);
-  std::string_view const number(text, size > 0 ? static_cast<std::size_t>(size) : 0);
-  return std::string(number.substr(0, number.find('\n')));
+  pid_t process = 0;
+  std::from_chars(text, text + (size > 0 ? size : 0), process);
+  return process;
 }
 
-// The number is only for messages: a full disk keeps no program from running.
+// A process that is killed while it starts another leaves the lock to that one, which gives it back
+// when its own program takes its place.
+void lock(UniqueFd const& file, std::string const& path) {
+  using namespace std::chrono_literals;
+  for (auto left = TreeLock::patience; ::flock(file.get(), LOCK_EX | LOCK_NB) < 0; left -= 10ms) {
+    if (errno != EWOULDBLOCK) fail(path);
+    pid_t const process = holder(file);
+    std::string const who = process > 0 ? "process " + std::to_string(process) : "a process";
+    if (left <= 0ms || !isDead(process)) throw LockedError(who + " holds " + path);
+    std::this_thread::sleep_for(10ms);
+  }
+}
+
+// What is said of the holder depends on the number, and no more: a full disk keeps no program from
+// running.
 void writeNumber(std::string const& path) {
   UniqueFd const file = opened(path, O_WRONLY | O_TRUNC);
   std::string const number = std::to_string(::getpid()) + '\n';
@@ -55,10 +75,7 @@ void TreeLock::take() {
   do {
     UniqueFd file = opened(path_, O_RDONLY | O_CREAT);
     if (!file) fail(path_);
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) < 0) {
-      if (errno != EWOULDBLOCK) fail(path_);
-      throw LockedError("process " + holder(file) + " holds " + path_);
-    }
+    lock(file, path_);
     file_ = std::move(file);
   } while (!isInPlace());
   writeNumber(path_);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 
@@ -21,8 +22,12 @@ class TreeLock {
   // Of the lock, in the tree's root.
   static std::string fileName(std::string const& program) { return '.' + program + ".lock"; }
 
+  // How long a lock is waited for whose holder is dead: a process that it was about to start has it
+  // for a moment.
+  static constexpr std::chrono::milliseconds patience{1000};
+
   // Raises LockedError when another process has the lock, std::system_error when the file cannot be
-  // made or locked.
+  // made or locked. Waits at most `patience`.
   TreeLock(std::string const& root, std::string const& program);
 
   // Another folder may stand at the tree's place: takes the lock there, unless it is held. Raises

@@ -1,8 +1,13 @@
 #include "mount/TreeLock.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -14,6 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 using Oru::Mount::LockedError;
 using Oru::Mount::TreeLock;
+using Oru::Mount::UniqueFd;
 
 class TreeLockTest : public testing::Test {
  protected:
@@ -56,6 +62,39 @@ TEST_F(TreeLockTest, AFolderThatSomebodyElseHoldsIsRefused) {
   fs::rename(root, folder / "away");
   fs::rename(folder / "other", root);
   EXPECT_THROW(lock.renew(), LockedError);
+}
+
+// A lock whose holder was killed while it started another process, which has it as long as the test
+// likes.
+class OrphanedTreeLock : public TreeLockTest {
+ protected:
+  OrphanedTreeLock() {
+    pid_t const dead = ::fork();
+    if (dead == 0) ::_exit(0);
+    ::waitpid(dead, nullptr, 0);
+    std::ofstream(root + "/.a.lock") << dead << '\n';
+    file = UniqueFd(::open((root + "/.a.lock").c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(0, ::flock(file.get(), LOCK_EX));
+  }
+
+  UniqueFd file;
+};
+
+TEST_F(OrphanedTreeLock, IsWaitedFor) {
+  pid_t const started = ::fork();
+  if (started == 0) {
+    ::poll(nullptr, 0, 100);
+    ::_exit(0);
+  }
+  file = UniqueFd();
+  EXPECT_NO_THROW(TreeLock(root, "a"));
+  ::waitpid(started, nullptr, 0);
+}
+
+TEST_F(OrphanedTreeLock, IsRefusedWhenItIsNotGivenBack) {
+  auto const before = std::chrono::steady_clock::now();
+  EXPECT_THROW(TreeLock(root, "a"), LockedError);
+  EXPECT_GE(std::chrono::steady_clock::now() - before, TreeLock::patience);
 }
 
 TEST_F(TreeLockTest, ALinkIsNoLock) {
