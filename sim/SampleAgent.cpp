@@ -81,11 +81,11 @@ void SampleAgent::watch(TreePath const& directory) {
   if (!watch) watch = tree_.watch(directory, *this);
 }
 
-bool SampleAgent::readyFor(std::string const& purpose) {
+bool SampleAgent::readyFor(std::string const& purpose, double seconds) {
   if (purpose_ != purpose) {
     ready_ = false;
     purpose_ = purpose;
-    timer_ = loop_.timer(microseconds(behaviour_.readyAfter()), [this] {
+    timer_ = loop_.timer(microseconds(seconds), [this] {
       if (behaviour_.mode == AgentBehaviour::Mode::crash) crash();
       ready_ = true;
       lookUnlessHung();

@@ -48,10 +48,11 @@ class SampleAgent : private Mount::Backend::Observer {
   Mount::FileBackend& tree() { return tree_; }
   std::string const& name() const { return options_.name.name; }
   AgentBehaviour const& behaviour() const { return behaviour_; }
-  // True once `behaviour().readyAfter()` has passed since the first call with this purpose; a call
-  // with another one begins afresh. Calls look() when the time is over. An agent that is to crash
-  // does so then.
-  bool readyFor(std::string const& purpose);
+  // True once so many seconds have passed since the first call with this purpose; a call with another
+  // one begins afresh. Calls look() when the time is over. An agent that is to crash does so then.
+  bool readyFor(std::string const& purpose, double seconds);
+  // As quickly as its behaviour says.
+  bool readyFor(std::string const& purpose) { return readyFor(purpose, behaviour_.readyAfter()); }
   void notReady();
   // What is to be written could not be, which is logged: looks again later. Without error: nothing is
   // left to be tried.

@@ -7,6 +7,8 @@ namespace {
 using Mount::TreePath;
 using nlohmann::json;
 
+constexpr double patience = 0.2;  // seconds
+
 class SliceAgent final : public SampleAgent {
  public:
   explicit SliceAgent(AgentOptions options)
@@ -19,20 +21,27 @@ class SliceAgent final : public SampleAgent {
 
  private:
   void look() override {
-    if (!boardIsThere() || behaviour().mode == AgentBehaviour::Mode::leave) {
+    if (behaviour().mode == AgentBehaviour::Mode::leave || boardIsGone()) {
       notReady();
       withdraw();
-    } else if (auto const board = read(hwConfig_); board && readyFor("board")) {
-      announce(*board);
+    } else if (isThere(hwStatus_)) {
+      if (auto const board = read(hwConfig_); board && readyFor("board")) announce(*board);
     }
   }
 
   void stop() override {
-    if (!boardIsThere()) withdraw();
+    if (!isThere(hwStatus_) && !isThere(hwConfig_)) withdraw();
   }
 
-  bool boardIsThere() {
-    return tree().read(hwStatus_).state != Mount::Backend::Reading::State::absent;
+  // A description without hardware status is that of the next board, which waits for this one to
+  // leave; or somebody has removed the status, which is put right at once.
+  bool boardIsGone() {
+    if (isThere(hwStatus_)) return false;
+    return !isThere(hwConfig_) || readyFor("the next board", patience);
+  }
+
+  bool isThere(TreePath const& value) {
+    return tree().read(value).state != Mount::Backend::Reading::State::absent;
   }
 
   void announce(json const& board) {
