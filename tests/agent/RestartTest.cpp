@@ -140,9 +140,11 @@ TEST_F(Restart, AConfigurationThatIsRefusedCostsNoAgentItsEntry) {
   EXPECT_TRUE(awaitsProblem("hw/config/S1.json  is not JSON"));
   EXPECT_TRUE(stands({"launcher", "slice", "S1"}));
   EXPECT_TRUE(stands({"launcher", "chip", "C1"}));
+  EXPECT_TRUE(awaitsWithdrawn(1)) << "nothing good is known of it";
   putText({"hw", "config", "S1"}, good);
   EXPECT_TRUE(awaitsNoProblem());
   EXPECT_TRUE(stands({"launcher", "chip", "C1"}));
+  EXPECT_TRUE(awaitsPublished(1));
 }
 
 TEST_F(Restart, ASliceOfWhichAConfigurationIsLostIsTakenOverAnew) {
