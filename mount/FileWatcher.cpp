@@ -272,10 +272,16 @@ void FileWatcher::handleDirectory(TreePath const& parent, std::string_view fileN
 
 void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
                              std::uint32_t mask) {
+  using Form = TreeFileName::Form;
   auto const meaning = TreeFileName::of(fileName);
-  if (meaning.form == TreeFileName::Form::hidden || !watches_.watches(parent)) return;
-  if (meaning.form == TreeFileName::Form::other || !meaning.name)
-    return watches_.noteDirectory(parent);
+  if (meaning.form == Form::hidden) return;
+  if (!watches_.watches(parent)) {
+    // What stands in the place of a directory on the way, or of the watched one.
+    if (meaning.form == Form::other && meaning.name && watches_.concerns(parent / *meaning.name))
+      watches_.noteDirectory(parent / *meaning.name);
+    return;
+  }
+  if (meaning.form == Form::other || !meaning.name) return watches_.noteDirectory(parent);
   auto const value = parent / *meaning.name;
   if ((mask & IN_CREATE) && stillBeingWritten(value)) return;
   if (!isOwnEcho(value, mask)) watches_.noteValue(value);

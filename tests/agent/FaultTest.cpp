@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "tests/agent/AgentFixture.h"
@@ -74,6 +75,19 @@ TEST_F(Fault, WhatIsNoFileIsRefused) {
   std::ofstream(root + "/hw/config/a%2fb.json") << good;
   EXPECT_TRUE(awaitsProblem("hw/config/a%2fb.json  is not the encoding of a name"));
   fs::remove(root + "/hw/config/a%2fb.json");
+  expectAlive();
+}
+
+TEST_F(Fault, ADirectoryWhosePlaceAFileTookIsMadeAgainWhenTheFileGoes) {
+  startAgent();
+  std::string const features = root + "/features";
+  std::string const file = folder / "file";
+  std::ofstream(file) << "x";
+  ASSERT_EQ(0, ::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, features.c_str(), RENAME_EXCHANGE));
+  EXPECT_TRUE(awaitsProblem("features  is not a directory"));
+  fs::remove(features);
+  EXPECT_TRUE(awaits([&] { return fs::is_directory(features); }));
+  EXPECT_TRUE(awaitsNoProblem());
   expectAlive();
 }
 

@@ -223,6 +223,26 @@ TEST_F(WatchedDirectory, AStrayFileIsToldAsAChangeOfItsDirectory) {
   EXPECT_TRUE(awaits("d/"));
 }
 
+TEST_F(WatchedDirectory, AFileInItsPlaceIsToldWhenItComesAndWhenItGoes) {
+  fs::rename(root + "/d", root + "/.away");
+  othersPut("d", "1");
+  EXPECT_TRUE(awaits("d/ anew"));
+  OruTest::settle(loop);
+  take();
+  othersPut("e", "1");
+  fs::remove(root + "/d");
+  EXPECT_TRUE(awaits("d/"));
+  EXPECT_EQ(Told{"d/"}, take());
+}
+
+TEST_F(FileBackendTest, AFileInPlaceOfADirectoryOnTheWayIsToldWhenItGoes) {
+  othersPut("d", "1");
+  FileBackend backend(loop, root);
+  auto const watch = backend.watch({"d", "e"}, recorder);
+  fs::remove(root + "/d");
+  EXPECT_TRUE(awaits("d/e/"));
+}
+
 TEST_F(WatchedDirectory, ADirectoryInPlaceOfAValueIsToldAsThatValue) {
   fs::create_directories(root + "/d/a.json");
   EXPECT_TRUE(awaits("d/a.json"));
