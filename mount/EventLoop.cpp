@@ -104,7 +104,15 @@ void block(int number) {
 
 }  // namespace
 
-EventLoop::EventLoop() { require(sd_event_new(&event_), "sd_event_new"); }
+// All timers share a descriptor, which the first one opens. Here that is one that never ends, so that
+// timers can still be had when descriptors have run out: that is when something is to be tried again.
+EventLoop::EventLoop() {
+  require(sd_event_new(&event_), "sd_event_new");
+  int const result =
+      sd_event_add_time(event_, nullptr, CLOCK_MONOTONIC, UINT64_MAX, 0, nullptr, nullptr);
+  if (result < 0) sd_event_unref(event_);
+  require(result, "timers");
+}
 
 EventLoop::~EventLoop() { sd_event_unref(event_); }
 

@@ -59,7 +59,7 @@ class EventLoop {
   // descriptor stays the caller's and must be closed after the source is reset.
   [[nodiscard]] EventSource io(int fd, std::uint32_t events,
                                std::function<void(std::uint32_t)> callback);
-  // Once, `delay` from now, and not more than `slack` later.
+  // Once, `delay` from now, and not more than `slack` later. Needs no descriptor.
   [[nodiscard]] EventSource timer(std::chrono::microseconds delay, Callback callback,
                                   std::chrono::microseconds slack = std::chrono::milliseconds(1));
   // Whenever the signal arrives; blocks its ordinary delivery in the calling thread. To be set up

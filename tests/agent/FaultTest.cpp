@@ -1,4 +1,5 @@
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -87,6 +88,20 @@ TEST_F(Fault, ADirectoryWhosePlaceAFileTookIsMadeAgainWhenTheFileGoes) {
   EXPECT_TRUE(awaitsProblem("features  is not a directory"));
   fs::remove(features);
   EXPECT_TRUE(awaits([&] { return fs::is_directory(features); }));
+  EXPECT_TRUE(awaitsNoProblem());
+  expectAlive();
+}
+
+TEST_F(Fault, WhenDescriptorsRunOutItGoesOnOnceThereAreSome) {
+  startAgent();
+  rlimit before{};
+  ASSERT_EQ(0, ::prlimit(agent->pid(), RLIMIT_NOFILE, nullptr, &before));
+  rlimit const none{0, before.rlim_max};
+  ASSERT_EQ(0, ::prlimit(agent->pid(), RLIMIT_NOFILE, &none, nullptr));
+  insertSlice("S1", 5.0, {1});
+  EXPECT_TRUE(agent->awaitsError("Too many open files"));
+  ASSERT_EQ(0, ::prlimit(agent->pid(), RLIMIT_NOFILE, &before, nullptr));
+  EXPECT_TRUE(awaitsFile({"launcher", "slice", "S1"}));
   EXPECT_TRUE(awaitsNoProblem());
   expectAlive();
 }

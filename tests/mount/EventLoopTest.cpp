@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,6 +68,20 @@ TEST(EventLoop, ATimerThatWasResetDoesNotRun) {
   EXPECT_FALSE(timer);
   settle(loop);
   EXPECT_FALSE(ran);
+}
+
+TEST(EventLoop, TheFirstTimerNeedsNoDescriptor) {
+  EventLoop loop;
+  rlimit before{};
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
+  rlimit const none{0, before.rlim_max};
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  bool ran = false;
+  EventSource timer;
+  EXPECT_FALSE(UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC)));
+  EXPECT_NO_THROW(timer = loop.timer(1ms, [&] { ran = true; }));
+  EXPECT_TRUE(OruTest::turnUntil(loop, [&] { return ran; }));
+  ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(EventLoop, ASourceMayBeResetAndReplacedByItsOwnCallback) {
