@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <utility>
 
@@ -19,6 +20,7 @@ constexpr std::uint32_t parentMask = IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MO
                                      IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t gone = IN_DELETE | IN_MOVED_FROM;
 constexpr std::uint32_t ownMask = IN_MOVED_TO | IN_DELETE;
+constexpr std::chrono::milliseconds longestWriting{100};
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -135,6 +137,7 @@ void FileWatcher::openInotify() {
   directoryOf_.clear();
   armed_.clear();
   own_.clear();
+  unclosed_.clear();
 }
 
 // The root may have been exchanged without a word, when words were lost.
@@ -274,7 +277,11 @@ void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
                              std::uint32_t mask) {
   using Form = TreeFileName::Form;
   auto const meaning = TreeFileName::of(fileName);
-  if (meaning.form == Form::hidden) return;
+  if (meaning.form == Form::hidden) {
+    // A writer may have linked the file to its place before.
+    if ((mask & IN_DELETE) != 0) noteUnclosed(parent);
+    return;
+  }
   if (!watches_.watches(parent)) {
     // What stands in the place of a directory on the way, or of the watched one.
     if (meaning.form == Form::other && meaning.name && watches_.concerns(parent / *meaning.name))
@@ -283,15 +290,31 @@ void FileWatcher::handleFile(TreePath const& parent, std::string_view fileName,
   }
   if (meaning.form == Form::other || !meaning.name) return watches_.noteDirectory(parent);
   auto const value = parent / *meaning.name;
-  if ((mask & IN_CREATE) && stillBeingWritten(value)) return;
+  if ((mask & IN_CREATE) && mayBeWritten(value)) return awaitClose(value);
+  unclosed_.erase(value);
   if (!isOwnEcho(value, mask)) watches_.noteValue(value);
 }
 
 // A file that has just been made by name has a writer who will close it; a second link to a
 // complete file, or what is no file, has not.
-bool FileWatcher::stillBeingWritten(TreePath const& value) const {
+bool FileWatcher::mayBeWritten(TreePath const& value) const {
   auto const status = tree_.status(value);
   return status && S_ISREG(status->st_mode) && status->st_nlink == 1;
+}
+
+// A file that was linked into place has no such writer either, but cannot be told from a new one once
+// the name that it had before is gone, or if it had none.
+void FileWatcher::awaitClose(TreePath const& value) {
+  unclosed_[value] = loop_.timer(longestWriting, [this, value] {
+    watches_.noteValue(value);
+    unclosed_.erase(value);
+  });
+}
+
+void FileWatcher::noteUnclosed(TreePath const& directory) {
+  for (auto at = unclosed_.lower_bound(directory);
+       at != unclosed_.end() && at->first.isWithin(directory); at = unclosed_.erase(at))
+    watches_.noteValue(at->first);
 }
 
 // This program renames and removes; it never writes in place. Several writes are told several times,

@@ -29,8 +29,9 @@ namespace Oru::Mount {
 //                  it, since a directory in which somebody has a file open does not tell its end
 //   arming failed  reported for the place, tried again with back-off
 //
-// A plain file is reported when its writer closes it, when it is renamed into place, or when it
-// goes.
+// A plain file is reported when its writer closes it, when it is renamed or linked into place, or when
+// it goes. One that looks new and is not closed is reported once after a tenth of a second, or when a
+// hidden file beside it is removed, whichever comes first.
 class FileWatcher {
  public:
   FileWatcher(EventLoop& loop, FileTree const& tree);
@@ -65,7 +66,9 @@ class FileWatcher {
   void handleSelf(TreePath const& directory, inotify_event const& event);
   void handleDirectory(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
   void handleFile(TreePath const& parent, std::string_view fileName, std::uint32_t mask);
-  bool stillBeingWritten(TreePath const& value) const;
+  bool mayBeWritten(TreePath const& value) const;
+  void awaitClose(TreePath const& value);
+  void noteUnclosed(TreePath const& directory);
   bool isOwnEcho(TreePath const& value, std::uint32_t mask);
   void tellRootLost(std::string reason);
   void tellRootBack();
@@ -82,7 +85,8 @@ class FileWatcher {
   std::map<int, TreePath> directoryOf_;
   std::map<TreePath, int> armed_;
   std::set<TreePath> failed_;
-  std::map<TreePath, FileStamp> own_;  // as this program left them
+  std::map<TreePath, FileStamp> own_;         // as this program left them
+  std::map<TreePath, EventSource> unclosed_;  // files that have come and were not told yet
 
   bool rootThere_ = false;
   std::string rootReason_;

@@ -106,6 +106,37 @@ TEST_F(FileBackendTest, TellsOfALinkAndOfASecondLinkToACompleteFile) {
   EXPECT_TRUE(awaits("d/b.json"));
 }
 
+// In one go, so that the file has one name again when the first word of it is read.
+TEST_F(WatchedDirectory, TellsOfAFileThatIsLinkedIntoPlaceWhenItsHiddenNameGoes) {
+  std::ofstream(root + "/d/.tmp") << "{}";
+  fs::create_hard_link(root + "/d/.tmp", root + "/d/a.json");
+  fs::remove(root + "/d/.tmp");
+  OruTest::settle(loop);  // now, not after a while
+  EXPECT_EQ(Told{"d/a.json"}, take());
+  EXPECT_FALSE(loop.turn(std::chrono::milliseconds(300)));
+}
+
+TEST_F(WatchedDirectory, TellsOfAFileThatHadNoNameAndIsLinkedIntoPlaceAfterAWhile) {
+  {
+    UniqueFd const file(::open((root + "/d").c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    ASSERT_EQ(2, ::write(file.get(), "{}", 2));
+    std::string const nameless = "/proc/self/fd/" + std::to_string(file.get());
+    ASSERT_EQ(0, ::linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, (root + "/d/a.json").c_str(),
+                          AT_SYMLINK_FOLLOW));
+    OruTest::settle(loop);
+  }
+  EXPECT_TRUE(awaits("d/a.json"));
+  take();
+  EXPECT_FALSE(loop.turn(std::chrono::milliseconds(300)));
+}
+
+TEST_F(WatchedDirectory, AFileThatIsClosedSoonIsToldOnce) {
+  std::ofstream(root + "/d/a.json") << "{}";
+  EXPECT_TRUE(awaits("d/a.json"));
+  EXPECT_FALSE(loop.turn(std::chrono::milliseconds(300)));
+  EXPECT_EQ(Told{"d/a.json"}, take());
+}
+
 TEST_F(WatchedDirectory, ChangesOfOneTurnAreToldOnceEach) {
   for (int i = 0; i < 5; ++i) {
     othersPut("d/a.json", std::to_string(i));
