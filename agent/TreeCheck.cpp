@@ -4,6 +4,7 @@
 
 #include "agent/Options.h"
 #include "mount/FileBackend.h"
+#include "mount/Printable.h"
 #include "mount/StateMount.h"
 
 namespace Oru::Agent {
@@ -22,7 +23,8 @@ int checkTree(std::string const& tree) {
   Mount::WriteQueue queue(loop, backend, problems);
   Mount::StateMount mount(loop, backend, problems, queue);
   mount.read();
-  for (auto const& problem : problems.problems()) std::printf("%s\n", textOf(problem).c_str());
+  for (auto const& problem : problems.problems())
+    std::printf("%s\n", Mount::printable(textOf(problem)).c_str());
   return problems.empty() ? exitOk : exitProblems;
 }
 

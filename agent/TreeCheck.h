@@ -5,7 +5,7 @@
 namespace Oru::Agent {
 
 // Reads the whole tree as a starting oru-agent would, writes nothing, and prints each problem on
-// standard output; returns the program's exit code.
+// standard output, a line each (Printable.h); returns the program's exit code.
 int checkTree(std::string const& tree);
 
 }  // namespace Oru::Agent

@@ -9,6 +9,8 @@
 #include <ctime>
 #include <utility>
 
+#include "mount/Printable.h"
+
 namespace Oru::Mount {
 
 namespace {
@@ -40,17 +42,6 @@ char const* wordOf(Log::Priority priority) {
   return priority == Log::Priority::warning ? "warning: " : "";
 }
 
-void appendPrintable(std::string& line, std::string_view text) {
-  static constexpr std::string_view digits = "0123456789abcdef";
-  for (char const c : text) {
-    auto const byte = static_cast<unsigned char>(c);
-    if (byte >= ' ' && byte != 0x7f)
-      line += c;
-    else
-      line += {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
-  }
-}
-
 }  // namespace
 
 Log::Log(std::string program) : program_(std::move(program)), toJournal_(leadsToJournal()) {}
@@ -58,8 +49,7 @@ Log::Log(std::string program) : program_(std::move(program)), toJournal_(leadsTo
 void Log::operator()(Priority priority, std::string_view text) const {
   std::string line = toJournal_ ? '<' + std::to_string(static_cast<int>(priority)) + '>'
                                 : timeText() + ' ' + program_ + ": " + wordOf(priority);
-  appendPrintable(line, text);
-  line += '\n';
+  line += printable(text) + '\n';
   // One call, so that lines of several programs do not mix. There is nowhere to report a failure.
   static_cast<void>(::write(STDERR_FILENO, line.data(), line.size()) < 0);
 }

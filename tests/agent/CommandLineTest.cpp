@@ -89,6 +89,14 @@ TEST_F(CommandLine, CheckTellsWhatIsWrongAndWritesNothing) {
   EXPECT_EQ(3, run({"--tree", folder / "none", "--check"}));
 }
 
+TEST_F(CommandLine, CheckPrintsControlCharactersSoThatNoTerminalActsOnThem) {
+  std::filesystem::create_directory(root + "/features");
+  std::ofstream(root + "/features/\x1b[2J\n.json") << "{}";
+  EXPECT_EQ(1, run({"--tree", root, "--check"}));
+  EXPECT_EQ("cannot read features/\\x1b[2J\\x0a.json: is not the encoding of a name\n",
+            agent->output());
+}
+
 TEST_F(CommandLine, CheckWorksWhileAnAgentRuns) {
   startAgent();
   ProgramRun check({ORU_AGENT, "--tree", root, "--check"});
