@@ -1,4 +1,3 @@
-#include <csignal>
 #include <exception>
 #include <memory>
 #include <system_error>
@@ -8,6 +7,7 @@
 #include "agent/TreeCheck.h"
 #include "central/DefaultTraceHandle.h"
 #include "mount/Log.h"
+#include "mount/ProgramStart.h"
 #include "runtime/ringlog/Handle.h"
 
 namespace {
@@ -35,12 +35,12 @@ int supervise(Options const& options, Oru::Mount::Log const& log) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Oru::Mount::openStandardDescriptors();
+  Oru::Mount::ignoreBrokenPipes();
   int code = exitOk;
   auto const options = optionsOf(argc, argv, code);
   if (!options) return code;
   Oru::Mount::Log const log("oru-agent");
-  // A log that nobody reads any more is no reason to stop supervising.
-  std::signal(SIGPIPE, SIG_IGN);
   try {
     return options->check ? checkTree(options->tree) : supervise(*options, log);
   } catch (std::exception const& error) {

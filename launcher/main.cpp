@@ -13,6 +13,7 @@
 #include "mount/FileTree.h"
 #include "mount/Log.h"
 #include "mount/ProgramOptions.h"
+#include "mount/ProgramStart.h"
 #include "mount/TreeLock.h"
 
 namespace {
@@ -95,6 +96,8 @@ int run(CommandLine given, Oru::Mount::Log const& log) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Oru::Mount::openStandardDescriptors();
+  Oru::Mount::ignoreBrokenPipes();
   CommandLine given;
   CLI::App app(help, "oru-launcher");
   declare(app, given);

@@ -12,6 +12,7 @@
 
 #include "mount/Json.h"
 #include "mount/ProgramOptions.h"
+#include "mount/ProgramStart.h"
 #include "sim/Player.h"
 #include "sim/SampleAgents.h"
 
@@ -202,6 +203,7 @@ void refuseUnknownCommand(CLI::App const& app, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Oru::Mount::openStandardDescriptors();
   RunArguments given;
   AgentOptions agent;
   std::vector<std::string> files;

@@ -103,6 +103,16 @@ TEST_F(CommandLine, CheckWorksWhileAnAgentRuns) {
   EXPECT_EQ(0, check.wait());
 }
 
+TEST_F(CommandLine, ClosedStandardDescriptorsLeadNowhereSoThatNoFileTakesTheirNumbers) {
+  agent.emplace(std::vector<std::string>{"/bin/sh", "-c",
+                                         "exec \"$0\" --tree \"$1\" --ringlog \"$2\" <&- >&- 2>&-",
+                                         ORU_AGENT, root, folder / "trace"});
+  ASSERT_TRUE(serviceManager.awaits("READY=1"));
+  for (auto const* fd : {"0", "1", "2"})
+    EXPECT_EQ("/dev/null",
+              std::filesystem::read_symlink("/proc/" + std::to_string(agent->pid()) + "/fd/" + fd));
+}
+
 TEST_F(CommandLine, TracesGoToStandardErrorAndTheRing) {
   startAgent({"--trace-levels", "3", "--ringlog", folder / "trace"});
   insertSlice("S1", 5.0, {1});

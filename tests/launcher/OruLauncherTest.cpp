@@ -1,5 +1,6 @@
 // The program itself, from outside: entries go in, processes and status files come out.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -227,6 +228,34 @@ TEST_F(OruLauncherTest, TheTreeMayStandInTheEnvironment) {
   command.environment["ORU_TREE"] = tree;
   command.logFile = folder.path() / "log";
   EXPECT_EQ(exitCode(spawn(command, {})), 4);
+}
+
+// The signal is as ever for the agents that it starts.
+TEST_F(OruLauncherTest, GoesOnWhenNobodyReadsItsLogAnyMore) {
+  std::string const pipe = folder.path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  Mount::UniqueFd reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  Command command;
+  command.argv = {"sh",         "-c", "exec \"$0\" --tree \"$1\" --config \"$2\" <&- >&- 2>\"$3\"",
+                  ORU_LAUNCHER, tree, folder.path() / "launcher.json",
+                  pipe};
+  launcher = spawn(command, {});
+  until([this] { return problems().is_array(); });
+  for (char const* fd : {"0", "1"})
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(launcher) + "/fd/" + fd),
+              "/dev/null");
+  reader = Mount::UniqueFd();
+  put({"launcher", "chip", "wrong"}, "[]");
+  EXPECT_TRUE(until([this] { return !filesWithProblems().empty(); }));
+  put({"launcher", "chip", "Chip1"});
+  EXPECT_TRUE(untilState("Chip1", "running"));
+  std::ifstream agent("/proc/" + status("Chip1")["pid"].dump() + "/status");
+  std::string word;
+  while (agent >> word && word != "SigIgn:") {
+  }
+  unsigned long ignored = 0;
+  ASSERT_TRUE(agent >> std::hex >> ignored);
+  EXPECT_EQ(ignored >> (SIGPIPE - 1) & 1, 0U);
 }
 
 TEST_F(OruLauncherTest, BadEntriesAreReportedAndTheOthersGoOn) {
