@@ -72,6 +72,19 @@ TEST_F(CommandLine, ASecondAgentOnTheSameTreeIsRefused) {
   startAgent();
 }
 
+TEST_F(CommandLine, ASecondAgentIsRefusedThoughTheLocksFileWasRemoved) {
+  startAgent();
+  std::string const lock = root + "/.oru-agent.lock";
+  std::string const number = std::to_string(agent->pid()) + '\n';
+  std::filesystem::remove(lock);
+  bringUp("S1", 5.0, {1});
+  std::ifstream file(lock);
+  EXPECT_EQ(number, (std::string{std::istreambuf_iterator<char>(file), {}}));
+  ProgramRun second({ORU_AGENT, "--tree", root});
+  EXPECT_EQ(4, second.wait());
+  EXPECT_TRUE(agent->runs());
+}
+
 TEST_F(CommandLine, CheckTellsWhatIsWrongAndWritesNothing) {
   EXPECT_EQ(0, run({"--tree", root, "--check"}));
   EXPECT_TRUE(std::filesystem::is_empty(root));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "tests/mount/LoopTurns.h"
@@ -69,6 +70,34 @@ TEST_F(LockKeeperTest, AFolderThatAnotherHoldsIsTold) {
   exchange();
   EXPECT_EQ(1, elsewhere);
   EXPECT_TRUE(problems.empty());
+}
+
+TEST_F(LockKeeperTest, ALockWhoseFileIsRemovedOrReplacedIsTakenAnew) {
+  fs::remove(root + "/.a.lock");
+  OruTest::settle(loop);
+  EXPECT_TRUE(fs::exists(root + "/.a.lock"));
+  EXPECT_TRUE(isHeld());
+  std::ofstream(folder / "file") << "1";
+  fs::rename(folder / "file", root + "/.a.lock");
+  OruTest::settle(loop);
+  EXPECT_TRUE(isHeld());
+  EXPECT_TRUE(problems.empty());
+  EXPECT_EQ(0, elsewhere);
+}
+
+TEST_F(LockKeeperTest, ALockWhoseFileIsRemovedIsTakenAnewInAnotherFolderToo) {
+  fs::create_directories(other);
+  exchange();
+  fs::remove(root + "/.a.lock");
+  OruTest::settle(loop);
+  EXPECT_TRUE(isHeld());
+}
+
+TEST_F(LockKeeperTest, WhoIsFasterWhenTheFileIsRemovedIsTold) {
+  fs::remove(root + "/.a.lock");
+  TreeLock const others(root, "a");
+  OruTest::settle(loop);
+  EXPECT_EQ(1, elsewhere);
 }
 
 TEST_F(LockKeeperTest, WhoTookTheLockInTheMeantimeIsTold) {
