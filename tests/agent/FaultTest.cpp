@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "tests/agent/AgentFixture.h"
+#include "tests/support/Sanitized.h"
 
 namespace {
 
@@ -93,6 +94,7 @@ TEST_F(Fault, ADirectoryWhosePlaceAFileTookIsMadeAgainWhenTheFileGoes) {
 }
 
 TEST_F(Fault, WhenDescriptorsRunOutItGoesOnOnceThereAreSome) {
+  if (OruTest::isSanitized) GTEST_SKIP() << "the sanitizer needs descriptors itself";
   startAgent();
   rlimit before{};
   ASSERT_EQ(0, ::prlimit(agent->pid(), RLIMIT_NOFILE, nullptr, &before));

@@ -17,6 +17,7 @@
 #include "mount/UniqueFd.h"
 #include "tests/mount/LoopTurns.h"
 #include "tests/mount/NotifySocket.h"
+#include "tests/support/Sanitized.h"
 
 namespace {
 
@@ -71,6 +72,7 @@ TEST(EventLoop, ATimerThatWasResetDoesNotRun) {
 }
 
 TEST(EventLoop, TheFirstTimerNeedsNoDescriptor) {
+  if (OruTest::isSanitized) GTEST_SKIP() << "the sanitizer needs descriptors itself";
   EventLoop loop;
   rlimit before{};
   ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
