@@ -24,6 +24,9 @@ import programs
 from measure import Program
 
 TOLERANCE = 0.10
+# Not held to the baseline: that table seeds its hashes with an address, so that the places of a few members, and with
+# them the cost of a walk, change from build to build.
+UNSTEADY = {"keyed.iterate/8 / abseil"}
 
 
 def sizes(pattern, names):
@@ -124,7 +127,7 @@ def worsened(baseline, rows):
     ratios = {key(one): one for one in rows}
     for name in sorted(baseline.keys() ^ ratios.keys()):
         yield f"{name}: only in {'the baseline' if name in baseline else 'this run'}; write a new baseline"
-    for name in sorted(baseline.keys() & ratios.keys()):
+    for name in sorted((baseline.keys() & ratios.keys()) - UNSTEADY):
         now, known = ratios[name]["ratio"], baseline[name]
         change = known / now if ratios[name]["target"].startswith(">") else now / known
         if change > 1 + TOLERANCE:
