@@ -131,6 +131,19 @@ TEST_F(ARefusedEntry, SaysNothingOfTheRestartNumberThatNoRecordHas) {
   EXPECT_EQ(AgentState::running, state());
 }
 
+TEST_F(ARefusedEntry, DoesNotBringBackAnAgentThatIsGone) {
+  restoreRunning();
+  entryIs("{}");
+  watch.start();
+  backend.othersRemove({"launcher", "chip", "Chip1"});
+  OruTest::settle(loop);
+  processes.end(processes.onlyPid());
+  ASSERT_EQ(AgentState::gone, state());
+  entryIs("nonsense");
+  EXPECT_EQ(AgentState::gone, state());
+  EXPECT_TRUE(processes.running.empty());
+}
+
 TEST_F(ARefusedEntry, EndsItsAgentWhenItGoes) {
   restoreRunning();
   entryIs("nonsense");
