@@ -1,6 +1,7 @@
 #include "launcher/LauncherConfig.h"
 
 #include <cmath>
+#include <system_error>
 
 #include "mount/FileTree.h"
 #include "mount/Json.h"
@@ -134,7 +135,9 @@ LauncherConfig LauncherConfig::load(std::string const& file) {
   auto const reading = Mount::readOrdinaryFile(file);
   if (reading.state == State::present) return parse(reading.text, file);
   std::string const reason =
-      reading.state == State::refused ? reading.reason : "No such file or directory";
+      reading.state == State::refused
+          ? reading.reason
+          : std::make_error_code(std::errc::no_such_file_or_directory).message();
   throw ConfigError(file + ": cannot be read: " + reason);
 }
 

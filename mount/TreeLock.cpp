@@ -37,7 +37,8 @@ pid_t holder(UniqueFd const& file) {
 }
 
 // A process that is killed while it starts another leaves the lock to that one, which gives it back
-// when its own program takes its place.
+// when its own program takes its place: a matter of milliseconds, in a program that may write nothing
+// before. A call that waits for the lock itself would have no time limit, hence the short sleeps.
 void lock(UniqueFd const& file, std::string const& path) {
   using namespace std::chrono_literals;
   for (auto left = TreeLock::patience; ::flock(file.get(), LOCK_EX | LOCK_NB) < 0; left -= 10ms) {

@@ -26,8 +26,7 @@ std::array<ShowSection const*, 7> const& showSections();
 
 // Reads the tree once and shows the section of that name; the overview when the name is empty.
 // Files that cannot be read are left out, and told on the error stream when the section itself does
-// not tell of them. Raises Failure when there is
-// no tree or no such section.
+// not tell of them. Raises Failure when there is no tree or no such section.
 int show(Context const& context, std::string_view section, bool json);
 
 // What sections have in common.

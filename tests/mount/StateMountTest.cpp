@@ -14,8 +14,6 @@ using namespace Oru::Central;
 using Kesh::Dir;
 using OruTest::settle;
 using Vunda::Duration;
-using Vunda::Ptr;
-using Vunda::String;
 using Texts = std::vector<std::string>;
 class StateMountTest : public StateMountFixture {};
 
